@@ -32,5 +32,11 @@ ZEPVC_EXTERN_C_END
 
 /* Families: each header declares only what is implemented. */
 #include "zepvc_metrics.h"
+#include "zepvc_mc.h"
+#include "zepvc_vlc.h"
+#include "zepvc_h264dec.h"
+#include "zepvc_h264inter.h"
+#include "zepvc_h264enc.h"
+#include "zepvc_vc1.h"
 
 #endif /* ZEPVC_H */
