@@ -1,0 +1,27 @@
+#include "h264/cavlcenc_dsp.h"
+
+#include "h264/cavlcenc_ref.h"
+
+namespace zep {
+
+namespace {
+ZEP_TABLE_INIT_PRIORITY const CavlcEncDsp g_active = build_active_table(cavlcenc_init);
+}  // namespace
+
+void cavlcenc_init(CavlcEncDsp& t, Isa level) {
+    t.block16 = ref::cavlc_block<Zep16s>;
+    t.block32 = ref::cavlc_block<Zep32s>;
+    t.dc2x2_16 = ref::cavlc_dc<Zep16s, 4, kCavlcDc2x2Order>;
+    t.dc2x2_32 = ref::cavlc_dc<Zep32s, 4, kCavlcDc2x2Order>;
+    t.dc2x4_16 = ref::cavlc_dc<Zep16s, 8, kCavlcDc2x4Order>;
+    t.dc2x4_32 = ref::cavlc_dc<Zep32s, 8, kCavlcDc2x4Order>;
+#if ZEPVC_HAVE_X86
+    if (level >= Isa::SSSE3) cavlcenc_install_ssse3(t);
+#else
+    (void)level;
+#endif
+}
+
+const CavlcEncDsp& cavlcenc_dsp() { return g_active; }
+
+}  // namespace zep

@@ -1,0 +1,28 @@
+#include "h264/fwdquant_dsp.h"
+
+#include "h264/fwdquant_ref.h"
+
+namespace zep {
+
+namespace {
+ZEP_TABLE_INIT_PRIORITY const FwdQuantDsp g_active = build_active_table(fwdquant_init);
+}  // namespace
+
+void fwdquant_init(FwdQuantDsp& t, Isa level) {
+    t.fwd16 = ref::fwd4x4_16s;
+    t.fwd32 = ref::fwd4x4_32s;
+    t.quant16Flat = ref::quant4x4<Zep16s>;
+    t.quant16 = ref::quant4x4<Zep16s>;
+    t.quant32 = ref::quant4x4<Zep32s>;
+#if ZEPVC_HAVE_X86
+    if (level >= Isa::SSSE3) fwdquant_install_ssse3(t);
+    if (level >= Isa::SSE41) fwdquant_install_sse41(t);
+    if (level >= Isa::AVX2) fwdquant_install_avx2(t);
+#else
+    (void)level;
+#endif
+}
+
+const FwdQuantDsp& fwdquant_dsp() { return g_active; }
+
+}  // namespace zep
