@@ -1,0 +1,16 @@
+// SSSE3 kernels of the VC-1 family: transforms with 16-bit multiply-add,
+// quantisers, overlap smoothing and range mapping.
+#include "vc1/vc1_dsp.h"
+#include "vc1/x86/vc1_pixel_x86.h"
+#include "vc1/x86/vc1_xform_x86.h"
+
+namespace zep {
+
+void vc1_install_ssse3(Vc1Dsp& t) {
+    vc1x_install_transforms(t);
+    vc1x_install_quant(t);
+    vc1x_install_smoothing(t);
+    t.range_map = vc1x_range_map;
+}
+
+}  // namespace zep
