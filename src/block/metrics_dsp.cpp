@@ -5,28 +5,70 @@
 namespace zep {
 
 namespace {
-template <int W, int H>
-constexpr void fill_sad_modes(SadFn (&t)[4]) {
-    t[0] = ref::sad_8u<W, H, 0>;
-    t[1] = ref::sad_8u<W, H, 1>;
-    t[2] = ref::sad_8u<W, H, 2>;
-    t[3] = ref::sad_8u<W, H, 3>;
+
+
+template <class Fn>
+void fill_run(RunTable<Fn>& t, Fn f) {
+    for (Fn& e : t.aligned) e = f;
+    t.general = f;
 }
 
-// Built before ordinary static constructors run (see ZEP_TABLE_INIT_PRIORITY).
-ZEP_TABLE_INIT_PRIORITY const MetricsDsp g_active = build_active_table(metrics_init);
+
 }  // namespace
 
 void metrics_init(MetricsDsp& t, Isa level) {
-    fill_sad_modes<16, 16>(t.sad16x16);
+    using namespace ref;
+    fill_modes(t.sad16x16, []<int M> { return sad_8u<16, 16, M>; });
+    fill_modes(t.sad16x8, []<int M> { return sad_8u<16, 8, M>; });
+    fill_modes(t.sad8x8, []<int M> { return sad_8u<8, 8, M>; });
+    t.sad8x16 = sad_8u<8, 16, 0>;
+    t.sad8x4 = sad_8u<8, 4, 0>;
+    t.sad4x8 = sad_8u<4, 8, 0>;
+    t.sad4x4 = sad_8u<4, 4, 0>;
+    fill_modes(t.sad16x16_16u, []<int M> { return sad_kernel<16, 16, M, Zep16u>; });
+    fill_modes(t.sad8x8_16u, []<int M> { return sad_kernel<8, 8, M, Zep16u>; });
+    fill_modes(t.sad4x4_16u, []<int M> { return sad_kernel<4, 4, M, Zep16u>; });
+    fill_modes(t.sad8x8_c2, []<int M> { return sad8x8_c2<M>; });
+    t.blocks8x8_8u = sad_blocks<8, Zep8u, Zep16u>;
+    t.blocks4x4_8u = sad_blocks<4, Zep8u, Zep16u>;
+    t.blocks8x8_16u = sad_blocks<8, Zep16u, Zep32u>;
+    t.blocks4x4_16u = sad_blocks<4, Zep16u, Zep32u>;
+    fill_run<RunFn>(t.run16x16, sad_run<16, 16>);
+    fill_run<RunFn>(t.run8x8, sad_run<8, 8>);
+    fill_run<RunFn>(t.run4x4, sad_run<4, 4>);
+    fill_run<RunFn>(t.run2x2, sad_run<2, 2>);
+    fill_run<RunMinFn>(t.runmin16x16, sad_run_min<16, 16>);
+    fill_run<RunMinFn>(t.runmin8x8, sad_run_min<8, 8>);
+    fill_run<RunMinFn>(t.runmin4x4, sad_run_min<4, 4>);
+    t.satd16x16 = satd<16, 16>;
+    t.satd16x8 = satd<16, 8>;
+    t.satd8x16 = satd<8, 16>;
+    t.satd8x8 = satd<8, 8>;
+    t.satd8x4 = satd<8, 4>;
+    t.satd4x8 = satd<4, 8>;
+    t.satd4x4 = satd<4, 4>;
+    t.sat8x8d = sat8x8d<Zep8u>;
+    t.sat8x8d_16u = sat8x8d<Zep16u>;
+    fill_modes(t.ssd8x8, []<int M> { return ssd<8, 8, M>; });
+    fill_modes(t.ssd4x4, []<int M> { return ssd<4, 4, M>; });
+    fill_modes(t.sqrdiff16x16, []<int M> { return ssd<16, 16, M>; });
+    fill_modes(t.sqrdiff16x16b[0], []<int M> { return sqrdiff_bi<0, M>; });
+    fill_modes(t.sqrdiff16x16b[1], []<int M> { return sqrdiff_bi<1, M>; });
+    fill_modes(t.sqrdiff16x16b[2], []<int M> { return sqrdiff_bi<2, M>; });
+    fill_modes(t.sqrdiff16x16b[3], []<int M> { return sqrdiff_bi<3, M>; });
+    t.subsad8x8 = sub_sad8x8;
+    t.framefield_8u = frame_field_sad<Zep8u>;
+    t.framefield_16s = frame_field_sad<Zep16s>;
 #if ZEPVC_HAVE_X86
     if (level >= Isa::SSSE3) metrics_install_ssse3(t);
+    if (level >= Isa::SSE41) metrics_install_sse41(t);
     if (level >= Isa::AVX2) metrics_install_avx2(t);
 #else
     (void)level;
 #endif
 }
 
-const MetricsDsp& metrics_dsp() { return g_active; }
+// Built before ordinary static constructors run (see ZEP_TABLE_INIT_PRIORITY).
+ZEP_TABLE_INIT_PRIORITY const MetricsDsp g_metrics_active = build_active_table(metrics_init);
 
 }  // namespace zep

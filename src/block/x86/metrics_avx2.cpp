@@ -1,20 +1,20 @@
-// AVX2 kernels of the block distortion metrics: two 16-sample rows a register.
+// AVX2 kernels of the block distortion metrics: two 16-sample rows (or one
+// row of 16-bit samples) a register, and vmpsadbw candidate runs.
 #include "block/metrics_dsp.h"
-#include "block/x86/hp_avg.h"
+#include "block/x86/metrics_simd.h"
 
 namespace zep {
 namespace {
 
 using namespace x86;
 
-template <int Mode>
-inline __m256i hp_rows2x16(const Zep8u* r, Zep32s rs) {
-    if constexpr (Mode == 0) return load2x16(r, rs);
-    else if constexpr (Mode == 1) return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + rs, rs));
-    else if constexpr (Mode == 2) return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + 1, rs));
-    else return avg4_epu8(load2x16(r, rs), load2x16(r + 1, rs), load2x16(r + rs, rs), load2x16(r + rs + 1, rs));
+inline Zep32s hsum_epi32(__m256i v) {
+    return x86::hsum_epi32(_mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1)));
 }
 
+inline __m256i pair(__m128i lo, __m128i hi) { return _mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1); }
+
+// ---------------------------------------------------------------- SAD / SSD, 16 wide
 template <int H, int Mode>
 void sad16(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
     __m256i acc = _mm256_setzero_si256();
@@ -24,13 +24,169 @@ void sad16(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
     *out = _mm_cvtsi128_si32(_mm_add_epi32(a, _mm_unpackhi_epi64(a, a)));
 }
 
+inline __m256i sqr_diff_epu8(__m256i a, __m256i b) {
+    const __m256i z = _mm256_setzero_si256();
+    __m256i lo = _mm256_sub_epi16(_mm256_unpacklo_epi8(a, z), _mm256_unpacklo_epi8(b, z));
+    __m256i hi = _mm256_sub_epi16(_mm256_unpackhi_epi8(a, z), _mm256_unpackhi_epi8(b, z));
+    return _mm256_add_epi32(_mm256_madd_epi16(lo, lo), _mm256_madd_epi16(hi, hi));
+}
+
+template <int Mode>
+void ssd16x16(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
+    __m256i acc = _mm256_setzero_si256();
+    for (int y = 0; y < 16; y += 2, s += 2 * ss, r += 2 * rs)
+        acc = _mm256_add_epi32(acc, sqr_diff_epu8(load2x16(s, ss), hp_rows2x16<Mode>(r, rs)));
+    *out = hsum_epi32(acc);
+}
+
+template <int ModeF, int ModeB>
+void sqrdiff_bi(const Zep8u* s, Zep32s ss, const Zep8u* f, Zep32s fs, const Zep8u* b, Zep32s bs, Zep32s* out) {
+    __m256i acc = _mm256_setzero_si256();
+    for (int y = 0; y < 16; y += 2, s += 2 * ss, f += 2 * fs, b += 2 * bs) {
+        __m256i p = _mm256_avg_epu8(hp_rows2x16<ModeF>(f, fs), hp_rows2x16<ModeB>(b, bs));
+        acc = _mm256_add_epi32(acc, sqr_diff_epu8(load2x16(s, ss), p));
+    }
+    *out = hsum_epi32(acc);
+}
+
+// ---------------------------------------------------------------- SAD, 16-bit, 16 wide
+template <int Mode>
+inline __m256i hp_row16_16u(const Zep16u* r0, const Zep16u* r1) {
+    auto ld = [](const Zep16u* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
+    if constexpr (Mode == 0) return ld(r0);
+    else if constexpr (Mode == 1) return _mm256_avg_epu16(ld(r0), ld(r1));
+    else if constexpr (Mode == 2) return _mm256_avg_epu16(ld(r0), ld(r0 + 1));
+    else {
+        __m256i a = ld(r0), b = ld(r0 + 1), c = ld(r1), d = ld(r1 + 1);
+        __m256i p = _mm256_avg_epu16(a, b), q = _mm256_avg_epu16(c, d);
+        __m256i odd = _mm256_or_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(c, d));
+        __m256i fix = _mm256_and_si256(_mm256_and_si256(odd, _mm256_xor_si256(p, q)), _mm256_set1_epi16(1));
+        return _mm256_sub_epi16(_mm256_avg_epu16(p, q), fix);
+    }
+}
+
+template <int Mode>
+void sad16x16_16u(const Zep16u* s, Zep32s ss, const Zep16u* r, Zep32s rs, Zep32s* out) {
+    __m256i acc = _mm256_setzero_si256();
+    const __m256i flip = _mm256_set1_epi16(static_cast<short>(0x8000)), ones = _mm256_set1_epi16(1);
+    for (int y = 0; y < 16; ++y, s = step_ptr(s, ss, 1), r = step_ptr(r, rs, 1)) {
+        __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s));
+        __m256i b = hp_row16_16u<Mode>(r, step_ptr(r, rs, 1));
+        __m256i d = _mm256_sub_epi16(_mm256_max_epu16(a, b), _mm256_min_epu16(a, b));
+        acc = _mm256_add_epi32(acc, _mm256_madd_epi16(_mm256_xor_si256(d, flip), ones));
+    }
+    *out = hsum_epi32(acc) + 32768 * 256;
+}
+
+// ---------------------------------------------------------------- SATD
+// Four 4x4 blocks side by side (16 columns) or two pairs stacked (8 columns,
+// rows y in the low lane, y + 4 in the high lane); the same steps as the
+// SSSE3 kernel, lane by lane.
+inline __m256i satd_4x4x4_half(__m256i d0, __m256i d1, __m256i d2, __m256i d3) {
+    __m256i s01 = _mm256_add_epi16(d0, d1), t01 = _mm256_sub_epi16(d0, d1);
+    __m256i s23 = _mm256_add_epi16(d2, d3), t23 = _mm256_sub_epi16(d2, d3);
+    __m256i v0 = _mm256_add_epi16(s01, s23), v1 = _mm256_sub_epi16(s01, s23);
+    __m256i v2 = _mm256_add_epi16(t01, t23), v3 = _mm256_sub_epi16(t01, t23);
+    __m256i a = _mm256_unpacklo_epi16(v0, v1), b = _mm256_unpacklo_epi16(v2, v3);
+    __m256i c = _mm256_unpackhi_epi16(v0, v1), e = _mm256_unpackhi_epi16(v2, v3);
+    __m256i a01 = _mm256_unpacklo_epi32(a, b), a23 = _mm256_unpackhi_epi32(a, b);
+    __m256i b01 = _mm256_unpacklo_epi32(c, e), b23 = _mm256_unpackhi_epi32(c, e);
+    __m256i sa = _mm256_abs_epi16(_mm256_add_epi16(a01, a23)), da = _mm256_abs_epi16(_mm256_sub_epi16(a01, a23));
+    __m256i sb = _mm256_abs_epi16(_mm256_add_epi16(b01, b23)), db = _mm256_abs_epi16(_mm256_sub_epi16(b01, b23));
+    __m256i m0 = _mm256_max_epi16(_mm256_unpacklo_epi64(sa, sb), _mm256_unpackhi_epi64(sa, sb));
+    __m256i m1 = _mm256_max_epi16(_mm256_unpacklo_epi64(da, db), _mm256_unpackhi_epi64(da, db));
+    return _mm256_add_epi16(m0, m1);
+}
+
+inline __m256i widen_diff(__m128i s, __m128i r) {
+    return _mm256_sub_epi16(_mm256_cvtepu8_epi16(s), _mm256_cvtepu8_epi16(r));
+}
+
+// A lane gains at most 4080 a unit; at most four units per lane here.
+template <int W, int H>
+void satd(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
+    static_assert((W == 16 && H % 4 == 0) || (W == 8 && H % 8 == 0));
+    __m256i acc = _mm256_setzero_si256();
+    constexpr int rowsPerUnit = W == 16 ? 4 : 8;
+    for (int y = 0; y < H; y += rowsPerUnit, s += rowsPerUnit * ss, r += rowsPerUnit * rs) {
+        __m256i d[4];
+        for (int i = 0; i < 4; ++i) {
+            if constexpr (W == 16) d[i] = widen_diff(load16(s + i * ss), load16(r + i * rs));
+            else
+                d[i] = widen_diff(_mm_unpacklo_epi64(load8(s + i * ss), load8(s + (i + 4) * ss)),
+                                  _mm_unpacklo_epi64(load8(r + i * rs), load8(r + (i + 4) * rs)));
+        }
+        acc = _mm256_add_epi16(acc, satd_4x4x4_half(d[0], d[1], d[2], d[3]));
+    }
+    *out = 2 * hsum_epi32(_mm256_madd_epi16(acc, _mm256_set1_epi16(1)));
+}
+
+// ---------------------------------------------------------------- candidate runs
+struct Avx2Run {
+    // vmpsadbw takes its source group and window offset per 128-bit lane, so
+    // one instruction covers two (row, source group) pairs: 16 wide, one row's
+    // groups 0/1 in the low lane and 2/3 in the high lane; narrower blocks,
+    // rows y and y + 1.
+    template <int W, int H, class Rows>
+    static void group8(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out) {
+        static_assert(W == 16 || W == 8 || W == 4);
+        __m256i acc = _mm256_setzero_si256();
+        if constexpr (W == 16) {
+            for (int y = 0; y < H; ++y, s += ss, r += rs) {
+                const __m256i sv = _mm256_broadcastsi128_si256(load16(s));
+                const __m256i w = pair(Rows::template window<0, 15>(r), Rows::template window<8, 15>(r));
+                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x10));  // groups 0 | 2, offset 0
+                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x3D));  // groups 1 | 3, offset 4
+            }
+        } else {
+            constexpr int Bytes = W == 8 ? 15 : 11;
+            for (int y = 0; y < H; y += 2, s += 2 * ss, r += 2 * rs) {
+                const __m256i sv = pair(AnyRows::window<0, W>(s), AnyRows::window<0, W>(s + ss));
+                const __m256i w = pair(Rows::template window<0, Bytes>(r), Rows::template window<0, Bytes>(r + rs));
+                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x00));
+                if constexpr (W == 8) acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x2D));
+            }
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                         _mm_add_epi16(_mm256_castsi256_si128(acc), _mm256_extracti128_si256(acc, 1)));
+    }
+
+    static Zep32s argmin(const Zep16u* v, Zep32s count) {
+        unsigned best = 0x10000;
+        Zep32s at = 0;
+        for (Zep32s k = 0; k < count; k += 8) {
+            const unsigned m = static_cast<unsigned>(
+                _mm_cvtsi128_si32(_mm_minpos_epu16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(v + k)))));
+            if ((m & 0xFFFF) < best) {
+                best = m & 0xFFFF;
+                at = k + static_cast<Zep32s>(m >> 16);
+            }
+        }
+        return at;
+    }
+};
+
 }  // namespace
 
 void metrics_install_avx2(MetricsDsp& t) {
-    t.sad16x16[0] = sad16<16, 0>;
-    t.sad16x16[1] = sad16<16, 1>;
-    t.sad16x16[2] = sad16<16, 2>;
-    t.sad16x16[3] = sad16<16, 3>;
+    fill_modes(t.sad16x16, []<int M> { return sad16<16, M>; });
+    fill_modes(t.sad16x8, []<int M> { return sad16<8, M>; });
+    fill_modes(t.sqrdiff16x16, []<int M> { return ssd16x16<M>; });
+    fill_modes(t.sqrdiff16x16b[0], []<int M> { return sqrdiff_bi<0, M>; });
+    fill_modes(t.sqrdiff16x16b[1], []<int M> { return sqrdiff_bi<1, M>; });
+    fill_modes(t.sqrdiff16x16b[2], []<int M> { return sqrdiff_bi<2, M>; });
+    fill_modes(t.sqrdiff16x16b[3], []<int M> { return sqrdiff_bi<3, M>; });
+    fill_modes(t.sad16x16_16u, []<int M> { return sad16x16_16u<M>; });
+    t.satd16x16 = satd<16, 16>;
+    t.satd16x8 = satd<16, 8>;
+    t.satd8x16 = satd<8, 16>;
+    t.satd8x8 = satd<8, 8>;
+    install_run<Avx2Run, 16, 16>(t.run16x16);
+    install_run<Avx2Run, 8, 8>(t.run8x8);
+    install_run<Avx2Run, 4, 4>(t.run4x4);
+    install_run<Avx2Run, 16, 16>(t.runmin16x16);
+    install_run<Avx2Run, 8, 8>(t.runmin8x8);
+    install_run<Avx2Run, 4, 4>(t.runmin4x4);
 }
 
 }  // namespace zep

@@ -1,0 +1,131 @@
+// Shared pieces of the SIMD metrics kernels: reference-window loaders for the
+// candidate runs and the run driver. Internal linkage, like hp_avg.h, because
+// each including translation unit is built for a different instruction set.
+#pragma once
+
+#include <utility>
+
+#include "block/metrics_dsp.h"
+#include "block/x86/hp_avg.h"
+
+namespace zep::x86 {
+namespace {
+
+template <class T>
+inline const T* step_ptr(const T* p, Zep32s step, int rows) {
+    return reinterpret_cast<const T*>(reinterpret_cast<const Zep8u*>(p) + static_cast<ptrdiff_t>(step) * rows);
+}
+
+// Window loaders: window<Off, Bytes>(row) returns row[Off .. Off + Bytes - 1]
+// in the low bytes of a register (the bytes above are unspecified), reading
+// no memory outside the 16-byte aligned chunks that hold those bytes.
+
+// For rows whose address is M bytes past a 16-byte boundary: aligned loads of
+// the chunks and one byte shift, all offsets known at compile time.
+template <int M>
+struct AlignedRows {
+    template <int Off, int Bytes>
+    static __m128i window(const Zep8u* row) {
+        constexpr int o = M + Off, lo = o / 16, hi = (o + Bytes - 1) / 16, sh = o % 16;
+        const Zep8u* base = row - M;
+        __m128i c0 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
+        if constexpr (lo == hi) {
+            if constexpr (sh == 0) return c0;
+            else return _mm_srli_si128(c0, sh);
+        } else {
+            __m128i c1 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * hi));
+            return _mm_alignr_epi8(c1, c0, sh);
+        }
+    }
+};
+
+// Any address: unaligned loads that stop at the last byte asked for.
+struct AnyRows {
+    template <int Off, int Bytes>
+    static __m128i window(const Zep8u* row) {
+        const Zep8u* p = row + Off;
+        if constexpr (Bytes == 16) return load16(p);
+        else if constexpr (Bytes > 8) {
+            // The two 8-byte halves overlap on equal bytes, so OR merges them.
+            return _mm_or_si128(load8(p), _mm_slli_si128(load8(p + Bytes - 8), Bytes - 8));
+        } else {
+            uint64_t v = 0;
+            std::memcpy(&v, p, Bytes);
+            return _mm_cvtsi64_si128(static_cast<long long>(v));
+        }
+    }
+};
+
+// Candidate run over groups of eight candidates. `Level::group8<W, H, Rows>`
+// computes the SADs of candidates pRef + 0..7 into out[0..7]; Level::argmin
+// finds the first smallest SAD.
+template <class Level, int W, int H, int M>
+void run_aligned(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out, Zep32s count) {
+    // Groups alternate between misalignment M and M + 8 (mod 16).
+    for (Zep32s k = 0; k < count; k += 16) {
+        Level::template group8<W, H, AlignedRows<M>>(s, ss, r + k, rs, out + k);
+        if (k + 8 < count) Level::template group8<W, H, AlignedRows<(M + 8) & 15>>(s, ss, r + k + 8, rs, out + k + 8);
+    }
+}
+
+template <class Level, int W, int H>
+void run_any(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out, Zep32s count) {
+    for (Zep32s k = 0; k < count; k += 8) Level::template group8<W, H, AnyRows>(s, ss, r + k, rs, out + k);
+}
+
+template <class Level, int W, int H, int M>
+void run_min_aligned(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out, Zep32s count, Zep32s* pMin) {
+    run_aligned<Level, W, H, M>(s, ss, r, rs, out, count);
+    *pMin = Level::argmin(out, count);
+}
+
+template <class Level, int W, int H>
+void run_min_any(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out, Zep32s count, Zep32s* pMin) {
+    run_any<Level, W, H>(s, ss, r, rs, out, count);
+    *pMin = Level::argmin(out, count);
+}
+
+// Installs one level's run kernels for one block size: sixteen
+// misalignment-specialised entries plus the general one.
+template <class Level, int W, int H, int... M>
+void install_run(RunTable<RunFn>& t, std::integer_sequence<int, M...>) {
+    ((t.aligned[M] = run_aligned<Level, W, H, M>), ...);
+    t.general = run_any<Level, W, H>;
+}
+template <class Level, int W, int H, int... M>
+void install_run(RunTable<RunMinFn>& t, std::integer_sequence<int, M...>) {
+    ((t.aligned[M] = run_min_aligned<Level, W, H, M>), ...);
+    t.general = run_min_any<Level, W, H>;
+}
+template <class Level, int W, int H, class Table>
+void install_run(Table& t) {
+    install_run<Level, W, H>(t, std::make_integer_sequence<int, 16>{});
+}
+
+// Calls f.operator()<K>() for K = 0 .. N-1 (unrolled at compile time).
+template <int N, class F>
+inline void unroll(F&& f) {
+    [&]<int... K>(std::integer_sequence<int, K...>) { (f.template operator()<K>(), ...); }(
+        std::make_integer_sequence<int, N>{});
+}
+
+inline Zep32s hsum_epi32(__m128i v) {
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0x4E));
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
+    return _mm_cvtsi128_si32(v);
+}
+
+// Sum of the two 64-bit halves of a psadbw accumulator.
+inline Zep32s hsum_sad(__m128i acc) { return _mm_cvtsi128_si32(_mm_add_epi32(acc, _mm_unpackhi_epi64(acc, acc))); }
+
+// |a - b| of unsigned 16-bit lanes.
+inline __m128i absdiff_epu16(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu16(a, b), _mm_subs_epu16(b, a)); }
+
+// Adds unsigned 16-bit lanes pairwise into 32-bit lanes, each lane biased by
+// -65536 (pmaddwd is signed); callers add 32768 per 16-bit value summed.
+inline __m128i sum_pairs_epu16_biased(__m128i v) {
+    return _mm_madd_epi16(_mm_xor_si128(v, _mm_set1_epi16(static_cast<short>(0x8000))), _mm_set1_epi16(1));
+}
+
+}  // namespace
+}  // namespace zep::x86
