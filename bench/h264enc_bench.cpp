@@ -118,6 +118,8 @@ struct Quantised {
         for (int k = 0; k < kBlocks; ++k) {
             Zep16s tmp[16];
             Zep32s n, last;
+            // Smaller residuals on most blocks, for the sparse blocks of real coding.
+            for (int i = 0; i < 16; ++i) b.r16[16 * k + i] = static_cast<Zep16s>(b.r16[16 * k + i] >> (k & 3));
             zep::ref::fwd4x4_16s(&b.r16[16 * k], tmp);
             // A coarser quantiser on half of the blocks, for sparser ones.
             const int qp = k & 1 ? 28 : 38;

@@ -18,6 +18,7 @@ void fwdquant_init(FwdQuantDsp& t, Isa level) {
     if (level >= Isa::SSSE3) fwdquant_install_ssse3(t);
     if (level >= Isa::SSE41) fwdquant_install_sse41(t);
     if (level >= Isa::AVX2) fwdquant_install_avx2(t);
+    if (level >= Isa::AVX512) fwdquant_install_avx512(t);
 #else
     (void)level;
 #endif

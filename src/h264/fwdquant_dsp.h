@@ -34,6 +34,7 @@ const FwdQuantDsp& fwdquant_dsp();
 void fwdquant_install_ssse3(FwdQuantDsp& t);
 void fwdquant_install_sse41(FwdQuantDsp& t);
 void fwdquant_install_avx2(FwdQuantDsp& t);
+void fwdquant_install_avx512(FwdQuantDsp& t);
 #endif
 
 }  // namespace zep

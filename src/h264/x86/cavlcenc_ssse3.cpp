@@ -12,10 +12,12 @@ namespace {
 
 inline __m128i load128(const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); }
 
-// Visits the set bits of `nz` (bit i = scan index i holds a non-zero, only
-// indexes startIdx.. set) from the top. get(i) returns the coefficient.
+// Visits the set bits of `nz` lowest first: bit j is walk position j (the
+// highest scan index considered is position 0), so the loop-carried work is a
+// clear-lowest-bit, not a bit scan. `span` is the number of walked positions;
+// get(j) returns the coefficient at walk position j.
 template <class T, class Get>
-inline void walk_bits(unsigned nz, int startIdx, Get get, Zep8u* pTrailingOnes, Zep8u* pTrailingOneSigns,
+inline void walk_bits(unsigned nz, int span, Get get, Zep8u* pTrailingOnes, Zep8u* pTrailingOneSigns,
                       Zep8u* pNumCoeff, Zep8u* pTotalZeros, T* pLevels, Zep8u* pRuns) {
     if (nz == 0) {
         *pTrailingOnes = 0;
@@ -24,13 +26,13 @@ inline void walk_bits(unsigned nz, int startIdx, Get get, Zep8u* pTrailingOnes, 
         *pTotalZeros = 0;
         return;
     }
-    const int top = 31 - __builtin_clz(nz);
-    int n = 0, t = 0, s = 0, prev = top;
+    const int first = __builtin_ctz(nz);
+    int n = 0, t = 0, s = 0, prev = first;
     bool collecting = true;
     do {
-        const int i = 31 - __builtin_clz(nz);
-        nz ^= 1u << i;
-        const T c = get(i);
+        const int j = __builtin_ctz(nz);
+        nz &= nz - 1;
+        const T c = get(j);
         if (collecting && (c == 1 || c == -1)) {
             ++t;
             s = (s << 1) | (c < 0 ? 1 : 0);
@@ -39,19 +41,20 @@ inline void walk_bits(unsigned nz, int startIdx, Get get, Zep8u* pTrailingOnes, 
             pLevels[n - t] = c;
             collecting = false;
         }
-        if (n > 0) pRuns[n - 1] = static_cast<Zep8u>(prev - i - 1);
-        prev = i;
+        if (n > 0) pRuns[n - 1] = static_cast<Zep8u>(j - prev - 1);
+        prev = j;
         ++n;
     } while (nz != 0);
     *pTrailingOnes = static_cast<Zep8u>(t);
     *pTrailingOneSigns = static_cast<Zep8u>(s);
     *pNumCoeff = static_cast<Zep8u>(n);
-    *pTotalZeros = static_cast<Zep8u>(top - startIdx + 1 - n);
+    *pTotalZeros = static_cast<Zep8u>(span - first - n);
 }
 
-// Byte shuffles that gather 16-bit element scan[i] of a 16-element block held
-// in two registers into lane i. Out-of-range table entries pick some element
-// of the block (never memory outside it).
+// Byte shuffles that gather 16-bit element scan[15 - j] of a 16-element block
+// held in two registers into lane j (walk order: highest scan index first).
+// Out-of-range table entries pick some element of the block (never memory
+// outside it).
 struct ScanGather {
     __m128i lo[2], hi[2];  // for output lanes 0..7 and 8..15, from source bytes 0..15 / 16..31
 };
@@ -61,7 +64,8 @@ inline ScanGather scan_gather(const Zep32s* scan) {
     const __m128i one = _mm_set1_epi16(1), bit7 = _mm_set1_epi8(static_cast<char>(0x80));
     const __m128i fifteen = _mm_set1_epi8(15), mask31 = _mm_set1_epi8(31);
     for (int h = 0; h < 2; ++h) {
-        const __m128i pos = _mm_packs_epi32(load128(scan + 8 * h), load128(scan + 8 * h + 4));
+        const __m128i pos = _mm_packs_epi32(_mm_shuffle_epi32(load128(scan + 12 - 8 * h), _MM_SHUFFLE(0, 1, 2, 3)),
+                                            _mm_shuffle_epi32(load128(scan + 8 - 8 * h), _MM_SHUFFLE(0, 1, 2, 3)));
         const __m128i twice = _mm_add_epi16(pos, pos);
         // Low byte 2p, high byte 2p + 1, kept to 0..31.
         const __m128i idx =
@@ -84,7 +88,8 @@ inline unsigned nonzero_mask16(__m128i a, __m128i b) {
     return ~static_cast<unsigned>(_mm_movemask_epi8(z)) & 0xFFFFu;
 }
 
-inline unsigned index_range(int startIdx, int lastIdx) { return (2u << lastIdx) - (1u << startIdx); }
+// Walk positions of scan indexes startIdx..lastIdx.
+inline unsigned walk_range(int startIdx, int lastIdx) { return (2u << (15 - startIdx)) - (1u << (15 - lastIdx)); }
 
 void block16(const Zep16s* src, int startIdx, const Zep32s* scan, int lastIdx, Zep8u* pTrailingOnes,
              Zep8u* pTrailingOneSigns, Zep8u* pNumCoeff, Zep8u* pTotalZeros, Zep16s* pLevels, Zep8u* pRuns) {
@@ -95,7 +100,7 @@ void block16(const Zep16s* src, int startIdx, const Zep32s* scan, int lastIdx, Z
     _mm_store_si128(reinterpret_cast<__m128i*>(inScan), a);
     _mm_store_si128(reinterpret_cast<__m128i*>(inScan + 8), b);
     walk_bits<Zep16s>(
-        nonzero_mask16(a, b) & index_range(startIdx, lastIdx), startIdx, [&](int i) { return inScan[i]; },
+        nonzero_mask16(a, b) & walk_range(startIdx, lastIdx), 16 - startIdx, [&](int j) { return inScan[j]; },
         pTrailingOnes, pTrailingOneSigns, pNumCoeff, pTotalZeros, pLevels, pRuns);
 }
 
@@ -107,13 +112,13 @@ void block32(const Zep32s* src, int startIdx, const Zep32s* scan, int lastIdx, Z
     const __m128i s0 = _mm_packs_epi32(load128(src), load128(src + 4));
     const __m128i s1 = _mm_packs_epi32(load128(src + 8), load128(src + 12));
     walk_bits<Zep32s>(
-        nonzero_mask16(gather_half(g, 0, s0, s1), gather_half(g, 1, s0, s1)) & index_range(startIdx, lastIdx),
-        startIdx, [&](int i) { return src[scan[i]]; }, pTrailingOnes, pTrailingOneSigns, pNumCoeff, pTotalZeros,
-        pLevels, pRuns);
+        nonzero_mask16(gather_half(g, 0, s0, s1), gather_half(g, 1, s0, s1)) & walk_range(startIdx, lastIdx),
+        16 - startIdx, [&](int j) { return src[scan[15 - j]]; }, pTrailingOnes, pTrailingOneSigns, pNumCoeff,
+        pTotalZeros, pLevels, pRuns);
 }
 
-// Chroma DC: the walk order is fixed, so a constant shuffle puts it in
-// ascending scan order (lane j = the coefficient walked N-1-j-th).
+// Chroma DC: the walk order is fixed, so a constant shuffle puts the block in
+// walk order.
 template <class T, int N>
 void dc(const T* src, Zep8u* pTrailingOnes, Zep8u* pTrailingOneSigns, Zep8u* pNumCoeff, Zep8u* pTotalZeros,
         T* pLevels, Zep8u* pRuns) {
@@ -124,14 +129,13 @@ void dc(const T* src, Zep8u* pTrailingOnes, Zep8u* pTrailingOneSigns, Zep8u* pNu
         v = N == 4 ? _mm_packs_epi32(load128(src), _mm_setzero_si128())
                    : _mm_packs_epi32(load128(src), load128(src + 4));
     }
-    // Scan order 0, 1, 2, 3 resp. 0, 2, 1, 4, 6, 3, 5, 7 (the walk orders reversed).
-    const __m128i order = N == 4 ? _mm_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, -1, -1, -1, -1, -1, -1, -1, -1)
-                                 : _mm_setr_epi8(0, 1, 4, 5, 2, 3, 8, 9, 12, 13, 6, 7, 10, 11, 14, 15);
-    const __m128i inScan = _mm_shuffle_epi8(v, order);
-    constexpr int kScan[8] = {0, 2, 1, 4, 6, 3, 5, 7};
-    const unsigned nz = nonzero_mask16(inScan, _mm_setzero_si128()) & ((1u << N) - 1);
+    // Elements 3, 2, 1, 0 resp. 7, 5, 3, 6, 4, 1, 2, 0.
+    const __m128i order = N == 4 ? _mm_setr_epi8(6, 7, 4, 5, 2, 3, 0, 1, -1, -1, -1, -1, -1, -1, -1, -1)
+                                 : _mm_setr_epi8(14, 15, 10, 11, 6, 7, 12, 13, 8, 9, 2, 3, 4, 5, 0, 1);
+    constexpr int kOrder[8] = {7, 5, 3, 6, 4, 1, 2, 0};
+    const unsigned nz = nonzero_mask16(_mm_shuffle_epi8(v, order), _mm_setzero_si128()) & ((1u << N) - 1);
     walk_bits<T>(
-        nz, 0, [&](int i) { return src[N == 4 ? i : kScan[i]]; }, pTrailingOnes, pTrailingOneSigns, pNumCoeff,
+        nz, N, [&](int j) { return src[N == 4 ? 3 - j : kOrder[j]]; }, pTrailingOnes, pTrailingOneSigns, pNumCoeff,
         pTotalZeros, pLevels, pRuns);
 }
 

@@ -1,13 +1,20 @@
-// AVX2 kernels of the H.264 4x4 quantisers: the whole block in one or two
-// registers, counts from one byte mask.
+// AVX2 kernels of the H.264 4x4 quantisers (the whole block in one or two
+// registers, counts from one byte mask) and the VEX-encoded transforms.
 #include <immintrin.h>
 
 #include "h264/fwdquant_dsp.h"
+#include "h264/x86/fwdquant_x86.h"
 
 namespace zep {
 namespace {
 
-inline __m256i load256(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+// Two 128-bit loads: the blocks usually come straight from a transform that
+// stored them in 128-bit halves, and one 256-bit load of those would miss
+// store forwarding.
+inline __m256i load256(const void* p) {
+    const __m128i* q = static_cast<const __m128i*>(p);
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(q)), _mm_loadu_si128(q + 1), 1);
+}
 inline void store256(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
 
 // Count of non-zero levels and the largest scan position among them (never
@@ -75,47 +82,14 @@ void quant32(const Zep32s* src, Zep32s* dst, Zep32s* numLevels, Zep32s* lastScan
     counts(_mm256_permute4x64_epi64(_mm256_packs_epi32(l[0], l[1]), 0xD8), scanPos, numLevels, lastScanPos);
 }
 
-// Forward transform of 32-bit values, two rows a register: rows 0|1 and 3|2
-// give s and d of the row pass for two rows at once.
-inline void transpose32(__m256i& r01, __m256i& r23) {
-    // 4x4 transpose of 32-bit values held as rows 0|1 and 2|3.
-    const __m256i idx = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-    const __m256i a = _mm256_permutevar8x32_epi32(r01, idx);  // r0c0 r1c0 r0c1 r1c1 r0c2 r1c2 r0c3 r1c3
-    const __m256i b = _mm256_permutevar8x32_epi32(r23, idx);  // r2c0 r3c0 ...
-    const __m256i c = _mm256_unpacklo_epi64(a, b);             // c0 | c2
-    const __m256i d = _mm256_unpackhi_epi64(a, b);             // c1 | c3
-    r01 = _mm256_permute2x128_si256(c, d, 0x20);               // c0 | c1
-    r23 = _mm256_permute2x128_si256(c, d, 0x31);               // c2 | c3
-}
-
-inline void butterfly32(__m256i& x01, __m256i& x23) {
-    const __m256i x32 = _mm256_permute2x128_si256(x23, x23, 0x01);
-    const __m256i s = _mm256_add_epi32(x01, x32);  // s0 | s1
-    const __m256i d = _mm256_sub_epi32(x01, x32);  // d0 | d1
-    const __m256i sSw = _mm256_permute2x128_si256(s, s, 0x01);
-    const __m256i dSw = _mm256_permute2x128_si256(d, d, 0x01);
-    const __m256i y0 = _mm256_add_epi32(s, sSw);
-    const __m256i y2 = _mm256_sub_epi32(s, sSw);
-    const __m256i y1 = _mm256_add_epi32(_mm256_add_epi32(d, d), dSw);
-    const __m256i y3 = _mm256_sub_epi32(_mm256_sub_epi32(d, dSw), dSw);
-    x01 = _mm256_permute2x128_si256(y0, y1, 0x20);
-    x23 = _mm256_permute2x128_si256(y2, y3, 0x20);
-}
-
-void fwd32(const Zep32s* src, Zep32s* dst) {
-    __m256i a = load256(src), b = load256(src + 8);
-    transpose32(a, b);
-    butterfly32(a, b);
-    transpose32(a, b);
-    butterfly32(a, b);
-    store256(dst, a);
-    store256(dst + 8, b);
-}
-
 }  // namespace
 
 void fwdquant_install_avx2(FwdQuantDsp& t) {
-    t.fwd32 = fwd32;
+    // The 128-bit transforms again, VEX-encoded here: no SSE/AVX transitions
+    // between them and the quantisers below. (A two-rows-a-register 256-bit
+    // transform measured slower: its lane crossings cost more than they save.)
+    t.fwd16 = fwdq_fwd16;
+    t.fwd32 = fwdq_fwd32;
     t.quant16Flat = quant16_flat;
     t.quant16 = quant16;
     t.quant32 = quant32;

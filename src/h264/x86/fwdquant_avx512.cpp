@@ -1,0 +1,89 @@
+// AVX-512 kernels of the H.264 4x4 32-bit forward transform and the
+// quantisers: the whole block in one register, counts from mask registers.
+// GCC 12's AVX-512 headers pass an uninitialised pass-through register to the
+// unmasked conversions and report it under -Wuninitialized; it is never read.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#include <immintrin.h>
+
+#include "h264/fwdquant_dsp.h"
+
+namespace zep {
+namespace {
+
+// One butterfly pass on the four 128-bit lanes x0..x3 of v (four independent
+// butterflies side by side). The 32-bit transform wraps, so 2*d0 + d1 and
+// d0 - 2*d1 equal the d0 + d0 + d1 and d0 - d1 - d1 of the definition.
+inline __m512i butterfly(__m512i v) {
+    const __m512i r = _mm512_shuffle_i32x4(v, v, _MM_SHUFFLE(0, 1, 2, 3));  // x3 x2 x1 x0
+    const __m512i s = _mm512_add_epi32(v, r);                                // s0 s1 s1 s0
+    const __m512i d = _mm512_sub_epi32(v, r);                                // d0 d1 . .
+    // p = s0 d0 s0 d0, q = s1 d1 s1 d1 (indexes >= 16 pick from d).
+    const __m512i p = _mm512_permutex2var_epi32(
+        s, _mm512_setr_epi32(0, 1, 2, 3, 16, 17, 18, 19, 0, 1, 2, 3, 16, 17, 18, 19), d);
+    const __m512i q = _mm512_permutex2var_epi32(
+        s, _mm512_setr_epi32(4, 5, 6, 7, 20, 21, 22, 23, 4, 5, 6, 7, 20, 21, 22, 23), d);
+    const __m512i p2 = _mm512_sllv_epi32(p, _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0));
+    const __m512i q2 = _mm512_sllv_epi32(q, _mm512_setr_epi32(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1));
+    // y0 = s0 + s1, y1 = 2 d0 + d1, y2 = s0 - s1, y3 = d0 - 2 d1.
+    return _mm512_mask_sub_epi32(_mm512_add_epi32(p2, q2), 0xFF00, p2, q2);
+}
+
+inline __m512i transpose(__m512i v) {
+    return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
+}
+
+// Transposed, the row pass is lane-parallel; transposed back, so is the
+// column pass, whose result is in raster order.
+void fwd32(const Zep32s* src, Zep32s* dst) {
+    const __m512i v = butterfly(transpose(_mm512_loadu_si512(src)));
+    _mm512_storeu_si512(dst, butterfly(transpose(v)));
+}
+
+// Count and largest scan position (never below 0) of the non-zero levels.
+inline void counts(__mmask16 nz, const Zep16s* scanPos, Zep32s* numLevels, Zep32s* lastScanPos) {
+    *numLevels = _mm_popcnt_u32(nz);
+    const __m256i sp = _mm256_maskz_mov_epi16(nz, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(scanPos)));
+    __m128i m = _mm_max_epi16(_mm256_castsi256_si128(sp), _mm256_extracti128_si256(sp, 1));
+    // Largest of 0..32767 values as 32767 minus the smallest of their complements.
+    m = _mm_sub_epi16(_mm_set1_epi16(0x7FFF), _mm_max_epi16(m, _mm_setzero_si128()));
+    *lastScanPos = 0x7FFF - (_mm_cvtsi128_si32(_mm_minpos_epu16(m)) & 0xFFFF);
+}
+
+// (|c| * m + rounding) >> shift with the sign of c restored, all 32-bit.
+inline __m512i levels(__m512i c, const Zep32s* mult, Zep32s rounding, int shift) {
+    const __m512i p = _mm512_mullo_epi32(_mm512_abs_epi32(c), _mm512_loadu_si512(mult));
+    const __m512i l = _mm512_sra_epi32(_mm512_add_epi32(p, _mm512_set1_epi32(rounding)), _mm_cvtsi32_si128(shift));
+    return _mm512_mask_sub_epi32(l, _mm512_movepi32_mask(c), _mm512_setzero_si512(), l);
+}
+
+void quant32(const Zep32s* src, Zep32s* dst, Zep32s* numLevels, Zep32s* lastScanPos, const Zep32s* mult,
+             const Zep16s* scanPos, Zep32s rounding, int shift) {
+    const __m512i l = levels(_mm512_loadu_si512(src), mult, rounding, shift);
+    _mm512_storeu_si512(dst, l);
+    counts(_mm512_test_epi32_mask(l, l), scanPos, numLevels, lastScanPos);
+}
+
+// Sign restored in 32 bits, then saturated to 16 (vpmovsdw).
+void quant16(const Zep16s* src, Zep16s* dst, Zep32s* numLevels, Zep32s* lastScanPos, const Zep32s* mult,
+             const Zep16s* scanPos, Zep32s rounding, int shift) {
+    // Two 128-bit loads: a block just stored by the 128-bit transform would miss
+    // store forwarding with one 256-bit load.
+    const __m128i* s = reinterpret_cast<const __m128i*>(src);
+    const __m512i c = _mm512_cvtepi16_epi32(
+        _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_loadu_si128(s)), _mm_loadu_si128(s + 1), 1));
+    const __m512i l = levels(c, mult, rounding, shift);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm512_cvtsepi32_epi16(l));
+    counts(_mm512_test_epi32_mask(l, l), scanPos, numLevels, lastScanPos);
+}
+
+}  // namespace
+
+void fwdquant_install_avx512(FwdQuantDsp& t) {
+    // The built-in-multiplier 16-bit quantiser stays at its AVX2 kernel: its
+    // 16x16 multiplies beat widening to 32 bits.
+    t.fwd32 = fwd32;
+    t.quant16 = quant16;
+    t.quant32 = quant32;
+}
+
+}  // namespace zep
