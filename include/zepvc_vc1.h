@@ -126,10 +126,12 @@ ZEPVC_API ZepStatus zepiQuantInvInterNonuniform_VC1_16s_C1R(const Zep16s* pSrc, 
  * ones; y0 y1 are also written back to the left source and y2 y3 to the right
  * one (unclamped), for the horizontal pass that follows.
  * Luma: edgeEnableFlags & 3 enables the first 8 columns/rows, & 12 the second.
- * fieldMode (luma vertical): 0 frame, 1 left field-coded, 2 right, 3 both
- * (field sources hold the top field in rows 0-7, the bottom in rows 8-15);
- * in the field modes any non-zero flag filters the whole edge; other values
- * do nothing. P2C2R: separate U and V sources, interleaved UV destination
+ * fieldMode (luma vertical): 0 frame, 1 left field-coded, 2 right, 3 both.
+ * A source read in field order holds the even picture lines in rows 0-7 and
+ * the odd ones in rows 8-15: mode 1 reads the right source so (and the left
+ * one line by line), mode 2 the left source, mode 3 both; each picture line
+ * gets the frame rounding. In the field modes any non-zero flag filters the
+ * whole edge; other fieldMode values do nothing. P2C2R: separate U and V sources, interleaved UV destination
  * (pDst addresses the U byte of the edge pixel); the vertical form writes back
  * into both planes. Null pointers give zepStatusNullPtr; nothing else is checked. */
 ZEPVC_API ZepStatus zepiSmoothingLuma_HorEdge_VC1_16s8u_C1R(const Zep16s* pSrcUpper, Zep32s srcUpperStep,
