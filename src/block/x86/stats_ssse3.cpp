@@ -1,0 +1,8 @@
+// SSSE3 kernels of the block statistics.
+#include "block/stats_dsp.h"
+
+namespace zep {
+
+void stats_install_ssse3(StatsDsp& t) { (void)t; }
+
+}  // namespace zep
