@@ -1,10 +1,104 @@
-/* zepvc H.264 luma interpolation, deblocking and weighted prediction. Included by zepvc.h. */
+/* zepvc H.264 luma interpolation, deblocking and weighted prediction. Included by zepvc.h.
+ *
+ * Interpolation: pSrc points at the integer sample of the block's top-left
+ * corner; dx, dy are the quarter-sample fractions (0..3). The source must be
+ * readable from 2 samples left of / above the block to 3 right of / below it.
+ *
+ * Deblocking: one call filters the four luma edges of one direction of a
+ * 16x16 macroblock in place (x or y = 0, 4, 8, 12). pBs holds 16 boundary
+ * strengths, entry 4 * edge + segment; pThresholds the matching tC0 values;
+ * pAlpha[0] and pBeta[0] apply to edge 0, [1] to edges 1..3. A bS above 4
+ * leaves its segment unfiltered (only 0..4 are meaningful).
+ *
+ * Weighted prediction (8-bit): results are clamped to 0..255. Weights enter
+ * the products as signed 16-bit values (the standard's weights need 9 bits);
+ * logWD values outside 0..30 are clamped into that range. Offsets are used
+ * at full 32-bit range. */
 #ifndef ZEPVC_H264INTER_H
 #define ZEPVC_H264INTER_H
 
 #include "zepvc_types.h"
 
 ZEPVC_EXTERN_C_BEGIN
+
+/* Parameters of the high-bit-depth luma interpolation. Steps count samples.
+ * Samples must lie within bitDepth; bitDepth above 16 acts as 16. */
+typedef struct ZepInterpolationParams16u {
+    const Zep16u* pSrc; /* integer sample at the block's top-left corner */
+    Zep32s srcStep;     /* in samples */
+    Zep16u* pDst;
+    Zep32s dstStep; /* in samples */
+    Zep32s dx;      /* 0..3 */
+    Zep32s dy;      /* 0..3 */
+    Zep32s width;   /* 4, 8 or 16 */
+    Zep32s height;  /* 4, 8 or 16; not 4x16 or 16x4 */
+    Zep32s bitDepth;
+} ZepInterpolationParams16u;
+
+/* Parameters of the high-bit-depth luma deblocking. The step counts samples.
+ * bitDepth below 1 clamps to 0, above 16 acts as 16. */
+typedef struct ZepDeblockParams16u {
+    Zep16u* pSrcDst; /* macroblock's top-left sample */
+    Zep32s srcDstStep; /* in samples */
+    const Zep16u* pAlpha;      /* 2 values: edge 0, edges 1..3 */
+    const Zep16u* pBeta;       /* 2 values: edge 0, edges 1..3 */
+    const Zep16u* pThresholds; /* 16 tC0 values, laid out as pBs */
+    const Zep8u* pBs;          /* 16 boundary strengths */
+    Zep32s bitDepth;
+} ZepDeblockParams16u;
+
+/* ---- Luma interpolation ---- */
+/* Quarter-sample luma block. Width 0 or 4 writes 4 columns, 8 or 12 writes 8,
+ * 16..28 writes 16 (widths 12, 20, 24 and 28 are accepted but produce the
+ * narrower block); height a multiple of 4. Fractions are checked before sizes. */
+ZEPVC_API ZepStatus zepiInterpolateLuma_H264_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep,
+                                                    Zep32s dx, Zep32s dy, ZepSize roiSize);
+/* Quarter-sample luma block of 16-bit samples clamped to the record's bit depth. */
+ZEPVC_API ZepStatus zepiInterpolateLuma_H264_16u_C1R(const ZepInterpolationParams16u* pParams);
+
+/* ---- Luma deblocking ---- */
+/* The four vertical luma edges of a macroblock, 8-bit samples, step in bytes. */
+ZEPVC_API ZepStatus zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                  const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                  const Zep8u* pThresholds, const Zep8u* pBs);
+/* The four horizontal luma edges of a macroblock, 8-bit samples, step in bytes. */
+ZEPVC_API ZepStatus zepiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                  const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                  const Zep8u* pThresholds, const Zep8u* pBs);
+/* The four vertical luma edges of a macroblock, 16-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+/* The four horizontal luma edges of a macroblock, 16-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+
+/* ---- Weighted prediction ---- */
+/* In place: ((x * weight + round) >> logWD) + offset; sizes 2, 4, 8 or 16. */
+ZEPVC_API ZepStatus zepiUniDirWeightBlock_H264_8u_C1R(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s logWD, Zep32s weight,
+                                                      Zep32s offset, Zep32s width, Zep32s height);
+/* Same as zepiUniDirWeightBlock_H264_8u_C1R. */
+ZEPVC_API ZepStatus zepiUniDirWeightBlock_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s logWD,
+                                                       Zep32s weight, Zep32s offset, Zep32s width, Zep32s height);
+/* Explicit bi-directional weighting of two blocks sharing one step. */
+ZEPVC_API ZepStatus zepiBiDirWeightBlock_H264_8u_P2P1R(const Zep8u* pSrc1, const Zep8u* pSrc2, Zep8u* pDst,
+                                                       Zep32s srcStep, Zep32s dstStep, Zep32s logWD, Zep32s w1,
+                                                       Zep32s o1, Zep32s w2, Zep32s o2, Zep32s width, Zep32s height);
+/* Explicit bi-directional weighting of two blocks with their own steps. */
+ZEPVC_API ZepStatus zepiBiDirWeightBlock_H264_8u_P3P1R(const Zep8u* pSrc1, const Zep8u* pSrc2, Zep8u* pDst,
+                                                       Zep32s src1Step, Zep32s src2Step, Zep32s dstStep, Zep32s logWD,
+                                                       Zep32s w1, Zep32s o1, Zep32s w2, Zep32s o2, Zep32s width,
+                                                       Zep32s height);
+/* Implicit bi-directional weighting: (a * w1 + b * w2 + 32) >> 6. */
+ZEPVC_API ZepStatus zepiBiDirWeightBlockImplicit_H264_8u_P2P1R(const Zep8u* pSrc1, const Zep8u* pSrc2, Zep8u* pDst,
+                                                               Zep32s srcStep, Zep32s dstStep, Zep32s w1, Zep32s w2,
+                                                               Zep32s width, Zep32s height);
+/* Implicit bi-directional weighting of any block size (only pointers are checked;
+ * a width or height below 1 writes nothing). */
+ZEPVC_API ZepStatus zepiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Zep8u* pSrc1, const Zep8u* pSrc2, Zep8u* pDst,
+                                                               Zep32s src1Step, Zep32s src2Step, Zep32s dstStep,
+                                                               Zep32s w1, Zep32s w2, Zep32s width, Zep32s height);
+/* ((a * w1 + b * w2 + round) >> logWD) + offset, written over the second block. */
+ZEPVC_API ZepStatus zepiWeightedAverage_H264_8u_C1IR(const Zep8u* pSrc1, Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                     Zep32s w1, Zep32s w2, Zep32s logWD, Zep32s offset,
+                                                     Zep32s width, Zep32s height);
 
 ZEPVC_EXTERN_C_END
 

@@ -1,0 +1,30 @@
+// Kernel table of the H.264 luma interpolation.
+#pragma once
+
+#include "frame/cpu.h"
+#include "zepvc_types.h"
+
+namespace zep {
+
+// One block of the kernel's built-in width, `height` rows. Steps in samples.
+using Interp8Fn = void (*)(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int height);
+// Same for 16-bit samples; results clamped to 0..maxVal.
+using Interp16Fn = void (*)(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal);
+
+struct InterpDsp {
+    // [(width >> 3) & 3][dy * 4 + dx]: classes 4, 8, 16, 16 wide.
+    Interp8Fn luma8[4][16];
+    // [width >> 3][dy * 4 + dx] for widths 4, 8, 16; valid for samples up to 14 bits.
+    Interp16Fn luma16[3][16];
+    // Same, any sample range (16 bits): the reference at every level.
+    Interp16Fn luma16_wide[3][16];
+};
+
+void interp_init(InterpDsp& t, Isa level);
+const InterpDsp& interp_dsp();
+
+#if ZEPVC_HAVE_X86
+void interp_install_ssse3(InterpDsp& t);
+#endif
+
+}  // namespace zep

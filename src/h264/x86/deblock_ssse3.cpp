@@ -1,0 +1,82 @@
+// SSSE3 kernels of the H.264 luma deblocking: eight lines at a time in 16-bit
+// lanes (a half edge: two segments), for 8-bit and up to 12-bit samples.
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "h264/deblock_dsp.h"
+#include "h264/x86/deblock_simd.h"
+
+namespace zep {
+namespace {
+
+using namespace deblock_x86;
+using V = V128;
+
+// Eight samples of a row as 16-bit lanes, and back.
+inline __m128i load8(const Zep8u* p) {
+    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+}
+inline void store8(Zep8u* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v)); }
+inline __m128i load8(const Zep16u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline void store8(Zep16u* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+// Lanes a a a a b b b b: the values of two segments over their eight lines.
+inline __m128i seg_lanes(int a, int b) {
+    __m128i v = _mm_cvtsi32_si128(a | (b << 16));
+    v = _mm_unpacklo_epi16(v, v);
+    return _mm_unpacklo_epi32(v, v);
+}
+
+template <class T, bool Vertical>
+void luma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zep8u* bs, int maxVal) {
+    for (int e = 0; e < 4; ++e) {
+        const Zep8u* b = bs + 4 * e;
+        Zep32u all;
+        std::memcpy(&all, b, 4);
+        if (all == 0) continue;
+        const EdgeParams<V> ep = edge_params<V>(alpha[e > 0], beta[e > 0], maxVal);
+        for (int h = 0; h < 2; ++h) {
+            const int need = needs(b + 2 * h, 2);
+            if (need == 0) continue;  // both segments bS 0 (or above 4): eight lines untouched
+            const __m128i bsv = seg_lanes(b[2 * h], b[2 * h + 1]);
+            const __m128i tcv = seg_lanes(std::min<int>(tc0[4 * e + 2 * h], 8191), std::min<int>(tc0[4 * e + 2 * h + 1], 8191));
+            __m128i s[8];
+            if constexpr (Vertical) {
+                T* base = p + 4 * e - 4 + 8 * h * step;
+                for (int i = 0; i < 8; ++i) s[i] = load8(base + i * step);
+                transpose8x8_16(s);
+                filter_lines<V>(s, ep, bsv, tcv, need & 1, need & 2);
+                transpose8x8_16(s);
+                for (int i = 0; i < 8; ++i) store8(base + i * step, s[i]);
+            } else {
+                T* q0 = p + 4 * e * step + 8 * h;
+                for (int k = 0; k < 8; ++k) s[k] = load8(q0 + (k - 4) * step);
+                filter_lines<V>(s, ep, bsv, tcv, need & 1, need & 2);
+                for (int k = 1; k < 7; ++k) store8(q0 + (k - 4) * step, s[k]);
+            }
+        }
+    }
+}
+
+template <bool Vertical>
+void luma_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
+    luma<Zep8u, Vertical>(p, step, alpha, beta, tc0, bs, 255);
+}
+
+template <bool Vertical>
+void luma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0, const Zep8u* bs,
+              int maxVal) {
+    luma<Zep16u, Vertical>(p, step, alpha, beta, tc0, bs, maxVal);
+}
+
+}  // namespace
+
+void deblock_install_ssse3(DeblockDsp& t) {
+    t.luma8[0] = luma_8u<true>;
+    t.luma8[1] = luma_8u<false>;
+    t.luma16[0] = luma_16u<true>;
+    t.luma16[1] = luma_16u<false>;
+}
+
+}  // namespace zep

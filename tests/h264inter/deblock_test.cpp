@@ -1,0 +1,235 @@
+// H.264 luma deblocking: hand-worked lines for each branch of the filter,
+// every kernel level against the reference on random edges, and the entry
+// points' checks.
+#include "harness/harness.h"
+
+#include <array>
+
+#include "h264/deblock_dsp.h"
+#include "zepvc.h"
+
+namespace {
+
+using namespace zt;
+using zep::DeblockDsp;
+
+// A macroblock with a 4-sample margin on every side; origin() is its top-left.
+template <class T>
+struct Mb {
+    static constexpr int kSide = 24;
+    int step;  // in samples
+    std::vector<T> mem;
+    explicit Mb(int extra = 0) : step(kSide + extra), mem(static_cast<size_t>(step) * kSide + 8, 0) {}
+    T* origin() { return mem.data() + 4 * step + 4; }
+    // Sample k (0..7 = p3..q3) of line i across edge e.
+    T& line(bool vertical, int e, int i, int k) {
+        return vertical ? origin()[i * step + 4 * e + k - 4] : origin()[(4 * e + k - 4) * step + i];
+    }
+};
+
+struct Line {
+    std::array<int, 8> in;  // p3 p2 p1 p0 q0 q1 q2 q3
+    int alpha, beta, bS, tc0, maxVal;
+    std::array<int, 8> out;
+    const char* what;
+};
+
+// Worked by hand from the filter equations.
+const Line kLines[] = {
+    {{60, 60, 60, 60, 70, 70, 70, 70}, 10, 5, 2, 1, 255, {60, 60, 60, 60, 70, 70, 70, 70}, "|p0-q0| == alpha"},
+    {{60, 60, 60, 60, 70, 70, 70, 70}, 11, 5, 2, 1, 255, {60, 60, 61, 63, 67, 69, 70, 70}, "normal, tC = tC0 + 2"},
+    {{60, 60, 65, 60, 70, 70, 70, 70}, 11, 5, 2, 1, 255, {60, 60, 65, 60, 70, 70, 70, 70}, "|p1-p0| == beta"},
+    {{60, 60, 60, 60, 70, 75, 70, 70}, 11, 5, 2, 1, 255, {60, 60, 60, 60, 70, 75, 70, 70}, "|q1-q0| == beta"},
+    {{54, 54, 50, 50, 50, 50, 46, 46}, 10, 5, 1, 1, 255, {54, 54, 51, 50, 50, 49, 46, 46}, "delta 0, p1 and q1 still"},
+    {{54, 55, 50, 50, 50, 50, 45, 46}, 10, 5, 3, 1, 255, {54, 55, 50, 50, 50, 50, 45, 46}, "|p2-p0| == beta: no p1"},
+    {{60, 60, 60, 60, 66, 66, 66, 66}, 16, 5, 4, 0, 255, {60, 60, 60, 62, 65, 66, 66, 66}, "bS 4, at the small bound"},
+    {{60, 60, 60, 60, 65, 65, 65, 65}, 17, 5, 4, 0, 255, {60, 61, 61, 62, 63, 64, 64, 65}, "bS 4, strong both sides"},
+    {{60, 60, 60, 60, 65, 65, 70, 65}, 17, 5, 4, 0, 255, {60, 61, 61, 62, 64, 65, 70, 65}, "bS 4, strong p side only"},
+    {{60, 60, 60, 60, 70, 70, 70, 70}, 11, 5, 5, 9, 255, {60, 60, 60, 60, 70, 70, 70, 70}, "bS above 4: untouched"},
+    {{1023, 1023, 1023, 1022, 1023, 30, 30, 30}, 10, 1000, 2, 200, 1023, {1023, 1023, 1023, 1023, 898, 230, 30, 30},
+     "10-bit clamp of p0"},
+    {{255, 255, 255, 254, 255, 30, 30, 30}, 10, 255, 2, 200, 255, {255, 255, 255, 255, 226, 142, 30, 30}, "8-bit clamp of p0"},
+};
+
+template <class T, class Fn>
+void run_line(const Line& c, bool vertical, int e, int seg, Fn&& filter) {
+    Mb<T> mb(3);
+    Rng rng(e * 4 + seg);
+    for (auto& v : mb.mem) v = static_cast<T>(rng.range(0, c.maxVal));
+    for (int i = 4 * seg; i < 4 * seg + 4; ++i)
+        for (int k = 0; k < 8; ++k) mb.line(vertical, e, i, k) = static_cast<T>(c.in[k]);
+    Mb<T> want = mb;
+    for (int i = 4 * seg; i < 4 * seg + 4; ++i)
+        for (int k = 0; k < 8; ++k) want.line(vertical, e, i, k) = static_cast<T>(c.out[k]);
+    T alpha[2] = {static_cast<T>(e ? 0 : c.alpha), static_cast<T>(e ? c.alpha : 0)};
+    T beta[2] = {static_cast<T>(e ? 0 : c.beta), static_cast<T>(e ? c.beta : 0)};
+    T tc0[16] = {};
+    Zep8u bs[16] = {};
+    bs[4 * e + seg] = static_cast<Zep8u>(c.bS);
+    tc0[4 * e + seg] = static_cast<T>(c.tc0);
+    filter(mb.origin(), mb.step, alpha, beta, tc0, bs);
+    ASSERT_TRUE(same_array(want.mem, mb.mem,
+                           std::string(c.what) + (vertical ? " vertical" : " horizontal") + " edge " +
+                               std::to_string(e) + " segment " + std::to_string(seg)));
+}
+
+TEST(DeblockLines, HandWorkedCasesAtEveryLevel) {
+    for (Isa level : all_levels()) {
+        const DeblockDsp t = zep::build_table(zep::deblock_init, level);
+        for (const Line& c : kLines)
+            for (int dir = 0; dir < 2; ++dir)
+                for (int e : {0, 3})
+                    for (int seg : {0, 2, 3}) {
+                        SCOPED_TRACE(zep::isa_name(level));
+                        if (c.maxVal == 255)
+                            run_line<Zep8u>(c, dir == 0, e, seg, [&](Zep8u* p, int s, auto a, auto b, auto tc, auto bs) {
+                                t.luma8[dir](p, s, a, b, tc, bs);
+                            });
+                        for (int depth : {10, 12, 16}) {
+                            if (c.maxVal > (1 << depth) - 1) continue;
+                            const int maxVal = c.maxVal == 255 && depth != 16 ? 255 : (1 << depth) - 1;
+                            if (maxVal != c.maxVal) continue;
+                            auto fn = depth <= 12 ? t.luma16[dir] : t.luma16_wide[dir];
+                            run_line<Zep16u>(c, dir == 0, e, seg, [&](Zep16u* p, int s, auto a, auto b, auto tc, auto bs) {
+                                fn(p, s, a, b, tc, bs, maxVal);
+                            });
+                        }
+                    }
+    }
+}
+
+// Random macroblocks whose sample spread is comparable to alpha and beta, so
+// every comparison lands on both sides and often on equality.
+template <class T>
+struct RandomEdge {
+    Mb<T> mb;
+    T alpha[2], beta[2], tc0[16];
+    Zep8u bs[16];
+    RandomEdge(Rng& rng, int maxVal) : mb(rng.range(0, 9)) {
+        const int spread = std::array<int, 5>{2, 6, 20, 80, maxVal}[rng.range(0, 4)];
+        const int scale = (maxVal + 1) / 256;
+        const int base = rng.range(0, maxVal - std::min(spread, maxVal));
+        const int pat = rng.range(0, 3);
+        for (auto& v : mb.mem) {
+            int x = base + rng.range(0, std::min(spread, maxVal));
+            if (pat == 1) x = rng.coin() ? maxVal : 0;
+            v = static_cast<T>(x);
+        }
+        if (pat == 2)  // steps at every edge: flat 4x4 blocks
+            for (int y = -4; y < 20; ++y)
+                for (int x = -4; x < 20; ++x)
+                    mb.origin()[y * mb.step + x] = static_cast<T>(std::min(maxVal, base + (((x + 4) >> 2) * 7 + ((y + 4) >> 2) * 5) % (spread + 1)));
+        for (int i = 0; i < 2; ++i) {
+            alpha[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread + 3)));
+            beta[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread / 2 + 3)));
+        }
+        if (rng.range(0, 9) == 0) alpha[0] = beta[0] = static_cast<T>(maxVal);
+        const int bsMode = rng.range(0, 4);
+        for (int i = 0; i < 16; ++i) {
+            bs[i] = static_cast<Zep8u>(bsMode == 0 ? rng.range(0, 4) : bsMode == 1 ? rng.range(1, 3)
+                                       : bsMode == 2 ? (rng.coin() ? 4 : 0) : bsMode == 3 ? rng.range(0, 6) : 4);
+            tc0[i] = static_cast<T>(rng.range(0, 9) == 0 ? rng.range(0, maxVal) : rng.range(0, 25 * scale));
+        }
+        if (rng.range(0, 4) == 0) {
+            const int e = rng.range(0, 3);
+            std::fill(bs + 4 * e, bs + 4 * e + 4, 0);
+        }
+    }
+};
+
+TEST(DeblockKernels, EightBitEveryLevelMatchesReference) {
+    const DeblockDsp ref = zep::build_table(zep::deblock_init, Isa::Ref);
+    for (Isa level : simd_levels()) {
+        const DeblockDsp k = zep::build_table(zep::deblock_init, level);
+        Rng rng(31);
+        for (int it = 0; it < 3000; ++it)
+            for (int dir = 0; dir < 2; ++dir) {
+                RandomEdge<Zep8u> in(rng, 255);
+                auto want = in.mb, got = in.mb;
+                ref.luma8[dir](want.origin(), want.step, in.alpha, in.beta, in.tc0, in.bs);
+                k.luma8[dir](got.origin(), got.step, in.alpha, in.beta, in.tc0, in.bs);
+                ASSERT_TRUE(same_array(want.mem, got.mem,
+                                       context(level, Pattern::Random, "iteration " + std::to_string(it) +
+                                                                           (dir ? " horizontal" : " vertical"))));
+            }
+    }
+}
+
+TEST(DeblockKernels, SixteenBitEveryLevelMatchesReference) {
+    const DeblockDsp ref = zep::build_table(zep::deblock_init, Isa::Ref);
+    for (Isa level : simd_levels()) {
+        const DeblockDsp k = zep::build_table(zep::deblock_init, level);
+        Rng rng(32);
+        for (int depth = 8; depth <= 12; ++depth)
+            for (int it = 0; it < 600; ++it)
+                for (int dir = 0; dir < 2; ++dir) {
+                    const int maxVal = (1 << depth) - 1;
+                    RandomEdge<Zep16u> in(rng, maxVal);
+                    auto want = in.mb, got = in.mb;
+                    ref.luma16_wide[dir](want.origin(), want.step, in.alpha, in.beta, in.tc0, in.bs, maxVal);
+                    k.luma16[dir](got.origin(), got.step, in.alpha, in.beta, in.tc0, in.bs, maxVal);
+                    ASSERT_TRUE(same_array(want.mem, got.mem,
+                                           context(level, Pattern::Random,
+                                                   "depth " + std::to_string(depth) + " iteration " +
+                                                       std::to_string(it) + (dir ? " horizontal" : " vertical"))));
+                }
+    }
+}
+
+// ---------------------------------------------------------------- entry points
+
+TEST(DeblockEntry, NullPointersAndZeroStrengthsWriteNothing) {
+    Mb<Zep8u> mb;
+    Rng rng(3);
+    for (auto& v : mb.mem) v = static_cast<Zep8u>(rng.range(100, 104));
+    const auto before = mb.mem;
+    const Zep8u a[2] = {40, 40}, b[2] = {10, 10}, tc[16] = {}, bs4[16] = {4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4};
+    const Zep8u bs0[16] = {};
+    using Fn = ZepStatus (*)(Zep8u*, Zep32s, const Zep8u*, const Zep8u*, const Zep8u*, const Zep8u*);
+    for (Fn f : {zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR, zepiFilterDeblockingLuma_HorEdge_H264_8u_C1IR}) {
+        EXPECT_EQ(f(nullptr, mb.step, a, b, tc, bs4), zepStatusNullPtr);
+        EXPECT_EQ(f(mb.origin(), mb.step, nullptr, b, tc, bs4), zepStatusNullPtr);
+        EXPECT_EQ(f(mb.origin(), mb.step, a, nullptr, tc, bs4), zepStatusNullPtr);
+        EXPECT_EQ(f(mb.origin(), mb.step, a, b, nullptr, bs4), zepStatusNullPtr);
+        EXPECT_EQ(f(mb.origin(), mb.step, a, b, tc, nullptr), zepStatusNullPtr);
+        EXPECT_EQ(f(mb.origin(), -5, a, b, tc, bs0), zepStatusOk);  // the step is not checked
+        EXPECT_EQ(mb.mem, before);
+    }
+    // With strength 4 everywhere the same picture is smoothed: the calls above did reach the kernel.
+    EXPECT_EQ(zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(mb.origin(), mb.step, a, b, tc, bs4), zepStatusOk);
+    EXPECT_NE(mb.mem, before);
+}
+
+TEST(DeblockEntry, SixteenBitRecordChecksAndStepInSamples) {
+    Mb<Zep16u> mb(5);
+    Rng rng(4);
+    for (auto& v : mb.mem) v = static_cast<Zep16u>(rng.range(0, 1023));
+    const auto before = mb.mem;
+    const Zep16u a[2] = {1023, 1023}, b[2] = {1023, 1023}, tc[16] = {};
+    Zep8u bs[16];
+    std::fill(bs, bs + 16, 4);
+    const ZepDeblockParams16u good{mb.origin(), mb.step, a, b, tc, bs, 10};
+    using Fn = ZepStatus (*)(const ZepDeblockParams16u*);
+    for (Fn f : {zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR, zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR}) {
+        EXPECT_EQ(f(nullptr), zepStatusNullPtr);
+        for (int i = 0; i < 5; ++i) {
+            ZepDeblockParams16u p = good;
+            if (i == 0) p.pSrcDst = nullptr;
+            if (i == 1) p.pAlpha = nullptr;
+            if (i == 2) p.pBeta = nullptr;
+            if (i == 3) p.pThresholds = nullptr;
+            if (i == 4) p.pBs = nullptr;
+            EXPECT_EQ(f(&p), zepStatusNullPtr) << i;
+        }
+        EXPECT_EQ(mb.mem, before);
+    }
+    // Same result as the reference called with the step in samples.
+    const DeblockDsp ref = zep::build_table(zep::deblock_init, Isa::Ref);
+    auto want = mb.mem;
+    ref.luma16_wide[1](want.data() + 4 * mb.step + 4, mb.step, a, b, tc, bs, 1023);
+    EXPECT_EQ(zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR(&good), zepStatusOk);
+    EXPECT_EQ(mb.mem, want);
+    EXPECT_NE(mb.mem, before);
+}
+
+}  // namespace
