@@ -72,6 +72,35 @@ ZEPVC_API ZepStatus zepiDecodeExpGolombOne_H264_1u16s(Zep32u** ppBitStream, Zep3
 ZEPVC_API ZepStatus zepiDecodeExpGolombOne_H264_1u32s(Zep32u** ppBitStream, Zep32s* pBitOffset, Zep32s* pDst,
                                                       Zep32s isSigned);
 
+/* ---- Reconstruction ----
+ * Coefficients: coded 4x4 blocks of 16 raster-order values in block order
+ * (luma4x4BlkIdx), cbp bit k+1 marking block k coded; each coded block is
+ * consumed (overwritten with its residual) and *ppCoeffBuf advances past it.
+ * pLevelScale: LevelScale4x4 for qp % 6, raster order. bypass with qp 0 adds
+ * the raw coefficients. The prediction is in the plane; results are clipped
+ * to 0..255 in place. */
+
+/* Inter macroblock: dequantise, transform and add every coded block; zepStatusOutOfRange for qp
+ * outside 0..51. */
+ZEPVC_API ZepStatus zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstY,
+                                                                 Zep32u srcDstStep, Zep32u cbp, Zep32s qp,
+                                                                 const Zep16s* pLevelScale, Zep8u bypass);
+/* Intra_4x4 macroblock: predicts each block (modes 0..8; 9..11 repeat 0..2, higher values are
+ * taken modulo 12) from the neighbours edgeFlags leaves available (1 left, 4 above, 16 above-left,
+ * 32 above-right macroblock missing), then adds its residual. zepStatusMissingNeighbours when a
+ * prediction needed missing samples (128 used; for modes 3..7 each missing neighbour group reads
+ * as 128); the macroblock is still reconstructed. */
+ZEPVC_API ZepStatus zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstY,
+                                                                 Zep32u srcDstStep, const Zep32u* pIntraModes,
+                                                                 Zep32s cbp, Zep32u qp, Zep8u edgeFlags,
+                                                                 const Zep16s* pLevelScale, Zep8u bypass);
+
+/* ---- Inverse transforms ---- */
+/* 4x4 inverse transform of dequantised values, every sum saturated to 16 bits, (x + 32) >> 6. */
+ZEPVC_API ZepStatus zepiTransformResidual4x4Inv_H264_16s_C1(const Zep16s* pSrc, Zep16s* pDst);
+/* Same in plain 32-bit arithmetic (no saturation). */
+ZEPVC_API ZepStatus zepiTransformResidual4x4Inv_H264_32s_C1(const Zep32s* pSrc, Zep32s* pDst);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_H264DEC_H */
