@@ -150,18 +150,110 @@ inline void vc1x_fwd_pass(const __m128i* v, Vc1xAcc& acc) {
     if constexpr (Halves > 1) vc1x_fwd_half<N, 1>(v, acc);
 }
 
+#ifdef __AVX2__
+// With AVX2 both halves of a full-width pass go through one 256-bit
+// multiply-add: the interleaved pairs of lanes 0-3 sit in the low 128 bits,
+// those of lanes 4-7 in the high ones.
+inline __m256i vc1y_pairs(__m128i a, __m128i b) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_unpacklo_epi16(a, b)), _mm_unpackhi_epi16(a, b), 1);
+}
+inline __m256i vc1y_pair(int a, int b) { return _mm256_set1_epi32(vc1x_pair_bits(a, b)); }
+
+template <int N, int K>
+inline void vc1y_inv_pass(const __m128i* v, __m256i* acc) {
+    if constexpr (K <= 2) {
+        const __m256i p = vc1y_pairs(v[0], v[1]);
+        for (int j = 0; j < N; ++j) acc[j] = _mm256_madd_epi16(p, vc1y_pair(vc1_inv_coef<N>(0, j), vc1_inv_coef<N>(1, j)));
+    } else if constexpr (K <= 4) {
+        const __m256i pe = vc1y_pairs(v[0], v[2]), po = vc1y_pairs(v[1], v[3]);
+        for (int j = 0; j < N / 2; ++j) {
+            const __m256i e = _mm256_madd_epi16(pe, vc1y_pair(vc1_inv_coef<N>(0, j), vc1_inv_coef<N>(2, j)));
+            const __m256i o = _mm256_madd_epi16(po, vc1y_pair(vc1_inv_coef<N>(1, j), vc1_inv_coef<N>(3, j)));
+            acc[j] = _mm256_add_epi32(e, o);
+            acc[N - 1 - j] = _mm256_sub_epi32(e, o);
+        }
+    } else {
+        const __m256i pe0 = vc1y_pairs(v[0], v[4]), pe1 = vc1y_pairs(v[2], v[6]);
+        const __m256i po0 = vc1y_pairs(v[1], v[3]), po1 = vc1y_pairs(v[5], v[7]);
+        for (int j = 0; j < 4; ++j) {
+            const __m256i e = _mm256_add_epi32(_mm256_madd_epi16(pe0, vc1y_pair(vc1_t8[0][j], vc1_t8[4][j])),
+                                               _mm256_madd_epi16(pe1, vc1y_pair(vc1_t8[2][j], vc1_t8[6][j])));
+            const __m256i o = _mm256_add_epi32(_mm256_madd_epi16(po0, vc1y_pair(vc1_t8[1][j], vc1_t8[3][j])),
+                                               _mm256_madd_epi16(po1, vc1y_pair(vc1_t8[5][j], vc1_t8[7][j])));
+            acc[j] = _mm256_add_epi32(e, o);
+            acc[7 - j] = _mm256_sub_epi32(e, o);
+        }
+    }
+}
+
+template <int N>
+inline void vc1y_fwd_pass(const __m128i* v, __m256i* acc) {
+    __m256i p[N / 2];
+    for (int m = 0; m < N / 2; ++m) p[m] = vc1y_pairs(v[2 * m], v[2 * m + 1]);
+    for (int k = 0; k < N; ++k) {
+        __m256i s = _mm256_madd_epi16(p[0], vc1y_pair(vc1_fwd_coef<N>(k, 0), vc1_fwd_coef<N>(k, 1)));
+        for (int m = 1; m < N / 2; ++m)
+            s = _mm256_add_epi32(s, _mm256_madd_epi16(p[m], vc1y_pair(vc1_fwd_coef<N>(k, 2 * m), vc1_fwd_coef<N>(k, 2 * m + 1))));
+        acc[k] = s;
+    }
+}
+
+// Rounds, shifts and packs two outputs at a time; the quadword permute puts
+// each output's eight lanes back together.
+template <int N, int Shift, int RndLo, int RndHi>
+inline void vc1y_finish(const __m256i* acc, __m128i* out) {
+    for (int j = 0; j < N; j += 2) {
+        const __m256i r = _mm256_set1_epi32(j < 4 ? RndLo : RndHi);
+        const __m256i a = _mm256_srai_epi32(_mm256_add_epi32(acc[j], r), Shift);
+        const __m256i b = _mm256_srai_epi32(_mm256_add_epi32(acc[j + 1], r), Shift);
+        const __m256i p = _mm256_permute4x64_epi64(_mm256_packs_epi32(a, b), 0xD8);
+        out[j] = _mm256_castsi256_si128(p);
+        out[j + 1] = _mm256_extracti128_si256(p, 1);
+    }
+    for (int j = N; j < 8; ++j) out[j] = _mm_setzero_si128();
+}
+#endif
+
+// One 1-D stage: pass over `in` (K non-zero inputs) and rounding into `out`.
+template <int N, int K, int Halves, int Shift, int RndLo, int RndHi>
+inline void vc1x_inv_stage(const __m128i* in, __m128i* out) {
+#ifdef __AVX2__
+    if constexpr (Halves > 1) {
+        __m256i acc[8];
+        vc1y_inv_pass<N, K>(in, acc);
+        vc1y_finish<N, Shift, RndLo, RndHi>(acc, out);
+        return;
+    }
+#endif
+    Vc1xAcc acc;
+    vc1x_inv_pass<N, K, Halves>(in, acc);
+    vc1x_finish<N, Halves, Shift, RndLo, RndHi>(acc, out);
+}
+template <int N, int Halves, int Shift>
+inline void vc1x_fwd_stage(const __m128i* in, __m128i* out) {
+    constexpr int rnd = 1 << (Shift - 1);
+#ifdef __AVX2__
+    if constexpr (Halves > 1) {
+        __m256i acc[8];
+        vc1y_fwd_pass<N>(in, acc);
+        vc1y_finish<N, Shift, rnd, rnd>(acc, out);
+        return;
+    }
+#endif
+    Vc1xAcc acc;
+    vc1x_fwd_pass<N, Halves>(in, acc);
+    vc1x_finish<N, Halves, Shift, rnd, rnd>(acc, out);
+}
+
 // Inverse W x H transform reading only the top-left RW x RH coefficients.
 template <int W, int H, int RW, int RH>
 void vc1x_inv(const Zep16s* src, Zep32s srcStep, Zep16s* dst, Zep32s dstStep) {
     __m128i v[8], c[8];
     for (int y = 0; y < 8; ++y) v[y] = y < RH ? vc1x_load(vc1_row(src, srcStep, y), RW) : _mm_setzero_si128();
     vc1x_transpose<RH, RW>(v, c);
-    Vc1xAcc acc;
-    vc1x_inv_pass<W, RW, (RH > 4 ? 2 : 1)>(c, acc);
-    vc1x_finish<W, (RH > 4 ? 2 : 1), 3, 4, 4>(acc, v);
+    vc1x_inv_stage<W, RW, (RH > 4 ? 2 : 1), 3, 4, 4>(c, v);
     vc1x_transpose<W, RH>(v, c);
-    vc1x_inv_pass<H, RH, (W > 4 ? 2 : 1)>(c, acc);
-    vc1x_finish<H, (W > 4 ? 2 : 1), 7, 64, (H == 8 ? 65 : 64)>(acc, v);
+    vc1x_inv_stage<H, RH, (W > 4 ? 2 : 1), 7, 64, (H == 8 ? 65 : 64)>(c, v);
     for (int y = 0; y < H; ++y) vc1x_store(vc1_row(dst, dstStep, y), v[y], W);
 }
 
@@ -177,12 +269,9 @@ void vc1x_fwd(const Zep16s* src, Zep32s srcStep, Zep16s* dst, Zep32s dstStep) {
     __m128i v[8], c[8];
     for (int y = 0; y < 8; ++y) v[y] = y < H ? vc1x_load(vc1_row(src, srcStep, y), W) : _mm_setzero_si128();
     vc1x_transpose<H, W>(v, c);
-    Vc1xAcc acc;
-    vc1x_fwd_pass<W, (H > 4 ? 2 : 1)>(c, acc);
-    vc1x_finish<W, (H > 4 ? 2 : 1), rowShift, (1 << (rowShift - 1)), (1 << (rowShift - 1))>(acc, v);
+    vc1x_fwd_stage<W, (H > 4 ? 2 : 1), rowShift>(c, v);
     vc1x_transpose<W, H>(v, c);
-    vc1x_fwd_pass<H, (W > 4 ? 2 : 1)>(c, acc);
-    vc1x_finish<H, (W > 4 ? 2 : 1), colShift, (1 << (colShift - 1)), (1 << (colShift - 1))>(acc, v);
+    vc1x_fwd_stage<H, (W > 4 ? 2 : 1), colShift>(c, v);
     for (int y = 0; y < H; ++y) vc1x_store(vc1_row(dst, dstStep, y), v[y], W);
 }
 
