@@ -125,11 +125,11 @@ void satd(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
 struct Avx2Run {
     // vmpsadbw takes its source group and window offset per 128-bit lane, so
     // one instruction covers two (row, source group) pairs: 16 wide, one row's
-    // groups 0/1 in the low lane and 2/3 in the high lane; narrower blocks,
-    // rows y and y + 1.
+    // groups 0/1 in the low lane and 2/3 in the high lane; 8 wide, rows y and
+    // y + 1. (4x4 stays on SSE4.1, which is faster for so few rows.)
     template <int W, int H, class Rows>
     static void group8(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out) {
-        static_assert(W == 16 || W == 8 || W == 4);
+        static_assert(W == 16 || W == 8);
         __m256i acc = _mm256_setzero_si256();
         if constexpr (W == 16) {
             for (int y = 0; y < H; ++y, s += ss, r += rs) {
@@ -139,12 +139,11 @@ struct Avx2Run {
                 acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x3D));  // groups 1 | 3, offset 4
             }
         } else {
-            constexpr int Bytes = W == 8 ? 15 : 11;
             for (int y = 0; y < H; y += 2, s += 2 * ss, r += 2 * rs) {
-                const __m256i sv = pair(AnyRows::window<0, W>(s), AnyRows::window<0, W>(s + ss));
-                const __m256i w = pair(Rows::template window<0, Bytes>(r), Rows::template window<0, Bytes>(r + rs));
-                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x00));
-                if constexpr (W == 8) acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x2D));
+                const __m256i sv = pair(load8(s), load8(s + ss));
+                const __m256i w = pair(Rows::template window<0, 15>(r), Rows::template window<0, 15>(r + rs));
+                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x00));  // group 0, offset 0
+                acc = _mm256_add_epi16(acc, _mm256_mpsadbw_epu8(w, sv, 0x2D));  // group 1, offset 4
             }
         }
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
@@ -183,10 +182,8 @@ void metrics_install_avx2(MetricsDsp& t) {
     t.satd8x8 = satd<8, 8>;
     install_run<Avx2Run, 16, 16>(t.run16x16);
     install_run<Avx2Run, 8, 8>(t.run8x8);
-    install_run<Avx2Run, 4, 4>(t.run4x4);
     install_run<Avx2Run, 16, 16>(t.runmin16x16);
     install_run<Avx2Run, 8, 8>(t.runmin8x8);
-    install_run<Avx2Run, 4, 4>(t.runmin4x4);
 }
 
 }  // namespace zep

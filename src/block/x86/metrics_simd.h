@@ -20,25 +20,6 @@ inline const T* step_ptr(const T* p, Zep32s step, int rows) {
 // in the low bytes of a register (the bytes above are unspecified), reading
 // no memory outside the 16-byte aligned chunks that hold those bytes.
 
-// For rows whose address is M bytes past a 16-byte boundary: aligned loads of
-// the chunks and one byte shift, all offsets known at compile time.
-template <int M>
-struct AlignedRows {
-    template <int Off, int Bytes>
-    static __m128i window(const Zep8u* row) {
-        constexpr int o = M + Off, lo = o / 16, hi = (o + Bytes - 1) / 16, sh = o % 16;
-        const Zep8u* base = row - M;
-        __m128i c0 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
-        if constexpr (lo == hi) {
-            if constexpr (sh == 0) return c0;
-            else return _mm_srli_si128(c0, sh);
-        } else {
-            __m128i c1 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * hi));
-            return _mm_alignr_epi8(c1, c0, sh);
-        }
-    }
-};
-
 // Any address: unaligned loads that stop at the last byte asked for.
 struct AnyRows {
     template <int Off, int Bytes>
@@ -56,6 +37,38 @@ struct AnyRows {
     }
 };
 
+// For rows whose address is M bytes past a 16-byte boundary (all offsets
+// known at compile time): a window starting on a boundary is one aligned
+// load; one whose 16-byte read ends in the chunk of its last wanted byte is
+// one unaligned load; a short one an exact 8- or 4-byte load; anything else
+// is two aligned chunks and a byte shift.
+template <int M>
+struct AlignedRows {
+    template <int Off, int Bytes>
+    static __m128i window(const Zep8u* row) {
+        constexpr int o = M + Off, lo = o / 16, hi = (o + Bytes - 1) / 16, sh = o % 16;
+        const Zep8u* base = row - M;
+        if constexpr (sh == 0) return _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
+        else if constexpr ((o + 15) / 16 == hi) return load16(row + Off);
+        else if constexpr (Bytes <= 8) return AnyRows::window<Off, Bytes>(row);
+        else {
+            __m128i c0 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
+            if constexpr (lo == hi) return _mm_srli_si128(c0, sh);
+            else return _mm_alignr_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * hi)), c0, sh);
+        }
+    }
+};
+
+// Any address, when the bytes up to 16 past the window start are known to be
+// readable (a later group of the run needs them): plain unaligned loads.
+struct LooseRows {
+    template <int Off, int Bytes>
+    static __m128i window(const Zep8u* row) {
+        if constexpr (Bytes > 8) return load16(row + Off);
+        else return AnyRows::window<Off, Bytes>(row);
+    }
+};
+
 // Candidate run over groups of eight candidates. `Level::group8<W, H, Rows>`
 // computes the SADs of candidates pRef + 0..7 into out[0..7]; Level::argmin
 // finds the first smallest SAD.
@@ -70,7 +83,10 @@ void run_aligned(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* o
 
 template <class Level, int W, int H>
 void run_any(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out, Zep32s count) {
-    for (Zep32s k = 0; k < count; k += 8) Level::template group8<W, H, AnyRows>(s, ss, r + k, rs, out + k);
+    // Every group but the last may read ahead into bytes the next one needs.
+    Zep32s k = 0;
+    for (; k + 8 < count; k += 8) Level::template group8<W, H, LooseRows>(s, ss, r + k, rs, out + k);
+    Level::template group8<W, H, AnyRows>(s, ss, r + k, rs, out + k);
 }
 
 template <class Level, int W, int H, int M>

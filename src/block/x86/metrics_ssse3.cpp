@@ -168,6 +168,21 @@ struct Ssse3Run {
     // field each per 64-bit half (a half never exceeds 32640).
     template <int W, int H, class Rows>
     static void group8(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16u* out) {
+        if constexpr (W == 2) {
+            // Two samples a row: compare both against the eight candidates'
+            // samples at once instead of a psadbw per candidate.
+            const __m128i z = _mm_setzero_si128();
+            __m128i acc = z;
+            for (int y = 0; y < 2; ++y, s += ss, r += rs) {
+                const __m128i s0 = _mm_set1_epi8(static_cast<char>(s[0])), s1 = _mm_set1_epi8(static_cast<char>(s[1]));
+                const __m128i r0 = Rows::template window<0, 8>(r), r1 = Rows::template window<1, 8>(r);
+                __m128i d0 = _mm_or_si128(_mm_subs_epu8(r0, s0), _mm_subs_epu8(s0, r0));
+                __m128i d1 = _mm_or_si128(_mm_subs_epu8(r1, s1), _mm_subs_epu8(s1, r1));
+                acc = _mm_add_epi16(acc, _mm_add_epi16(_mm_unpacklo_epi8(d0, z), _mm_unpacklo_epi8(d1, z)));
+            }
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), acc);
+            return;
+        }
         constexpr int R = rows_per_reg<W>;
         __m128i acc0 = _mm_setzero_si128(), acc1 = acc0;
         for (int y = 0; y < H; y += R, s += R * ss, r += R * rs) {
