@@ -100,6 +100,17 @@ Case range_map(Isa l) {
             [=] { return zb::hash_bytes(m->at(768 * 16), 768 * 16); }};
 }
 
+Case hadamard(Isa l, bool residual) {
+    auto t = table(l);
+    auto b = std::make_shared<Blocks>(8, 8, 255);
+    auto sum = std::make_shared<Zep32s>(0);
+    if (residual)
+        return {[=] { t->hadamard_16s(b->src(), 16, b->dst(), sum.get()); },
+                [=] { return b->digest() ^ static_cast<uint64_t>(*sum); }};
+    return {[=] { t->hadamard_8u(b->mem->at(1), 24, b->dst(), sum.get()); },
+            [=] { return b->digest() ^ static_cast<uint64_t>(*sum); }};
+}
+
 const zb::Register r0("vc1", "Transform8x8Inv full", [](Isa l) { return inv(l, 8, 8, zep::kVc1InvFull, 8, 8); });
 const zb::Register r1("vc1", "Transform8x8Inv 4x4 coefficients",
                       [](Isa l) { return inv(l, 8, 8, zep::kVc1Inv4x4, 4, 4); });
@@ -120,6 +131,8 @@ const zb::Register r13("vc1", "QuantInvIntraUniform", [](Isa l) { return quant_i
 const zb::Register r14("vc1", "QuantInvInterNonuniform 8x8", [](Isa l) { return quant_inv(l, false, true); });
 const zb::Register r15("vc1", "Smoothing 8 columns of a horizontal edge", [](Isa l) { return smooth_hor(l); });
 const zb::Register r16("vc1", "Smoothing 8 rows of a vertical edge", [](Isa l) { return smooth_ver(l); });
+const zb::Register r18("vc1", "Hadamard8x8Sum 8u16s", [](Isa l) { return hadamard(l, false); });
+const zb::Register r19("vc1", "Hadamard8x8Sum 16s", [](Isa l) { return hadamard(l, true); });
 const zb::Register r17("vc1", "RangeMapping 720x16", [](Isa l) { return range_map(l); });
 
 }  // namespace

@@ -204,6 +204,69 @@ inline void vc1x_install_smoothing(Vc1Dsp& t) {
     t.smooth_ver_uv = vc1x_smooth_ver_uv;
 }
 
+// ---- Hadamard cost ----
+
+// Natural-order 8-point Walsh-Hadamard across eight vectors of 32-bit lanes.
+inline void vc1x_fwht8(__m128i* a) {
+    for (int h = 1; h < 8; h <<= 1)
+        for (int i = 0; i < 8; i += 2 * h)
+            for (int j = i; j < i + h; ++j) {
+                const __m128i x = a[j], y = a[j + h];
+                a[j] = _mm_add_epi32(x, y);
+                a[j + h] = _mm_sub_epi32(x, y);
+            }
+}
+
+inline void vc1x_transpose4x32(__m128i& a0, __m128i& a1, __m128i& a2, __m128i& a3) {
+    const __m128i t0 = _mm_unpacklo_epi32(a0, a1), t1 = _mm_unpackhi_epi32(a0, a1);
+    const __m128i t2 = _mm_unpacklo_epi32(a2, a3), t3 = _mm_unpackhi_epi32(a2, a3);
+    a0 = _mm_unpacklo_epi64(t0, t2);
+    a1 = _mm_unpackhi_epi64(t0, t2);
+    a2 = _mm_unpacklo_epi64(t1, t3);
+    a3 = _mm_unpackhi_epi64(t1, t3);
+}
+
+// Exact in 32 bits for both source types: a 16-bit transpose first, then the
+// horizontal transform on widened columns, a 32-bit transpose, and the
+// vertical transform, whose outputs are the coefficient rows.
+template <class T>
+inline void vc1x_hadamard(const T* src, Zep32s srcStep, Zep16s* dst, Zep32s* sum) {
+    __m128i r[8], c[8];
+    for (int y = 0; y < 8; ++y) {
+        const T* p = vc1_row(src, srcStep, y);
+        if constexpr (sizeof(T) == 1)
+            r[y] = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+        else
+            r[y] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
+    vc1x_transpose<8, 8>(r, c);  // c[x] lanes y
+    __m128i lo[8], hi[8];        // lanes y 0-3 and 4-7, widened
+    for (int x = 0; x < 8; ++x) {
+        lo[x] = _mm_srai_epi32(_mm_unpacklo_epi16(c[x], c[x]), 16);
+        hi[x] = _mm_srai_epi32(_mm_unpackhi_epi16(c[x], c[x]), 16);
+    }
+    vc1x_fwht8(lo);
+    vc1x_fwht8(hi);
+    // lo[u] / hi[u] hold frequency u for rows 0-3 / 4-7; transpose the four
+    // 4x4 tiles so that a[y] / b[y] hold row y for frequencies 0-3 / 4-7.
+    __m128i a[8] = {lo[0], lo[1], lo[2], lo[3], hi[0], hi[1], hi[2], hi[3]};
+    __m128i b[8] = {lo[4], lo[5], lo[6], lo[7], hi[4], hi[5], hi[6], hi[7]};
+    vc1x_transpose4x32(a[0], a[1], a[2], a[3]);
+    vc1x_transpose4x32(a[4], a[5], a[6], a[7]);
+    vc1x_transpose4x32(b[0], b[1], b[2], b[3]);
+    vc1x_transpose4x32(b[4], b[5], b[6], b[7]);
+    vc1x_fwht8(a);
+    vc1x_fwht8(b);
+    __m128i acc = _mm_setzero_si128();
+    for (int v = 0; v < 8; ++v) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8 * v), _mm_packs_epi32(a[v], b[v]));
+        acc = _mm_add_epi32(acc, _mm_add_epi32(_mm_abs_epi32(a[v]), _mm_abs_epi32(b[v])));
+    }
+    acc = _mm_add_epi32(acc, _mm_unpackhi_epi64(acc, acc));
+    acc = _mm_add_epi32(acc, _mm_srli_si128(acc, 4));
+    *sum = _mm_cvtsi128_si32(acc);
+}
+
 // ---- Range mapping ----
 
 // Eight samples: |x - 128| * factor stays within 16 bits (at most 128 * 16).
