@@ -1,4 +1,4 @@
-#include "harness/cavlc_writer.h"
+#include "cavlc_writer.h"
 
 #include <cstdlib>
 #include <stdexcept>
