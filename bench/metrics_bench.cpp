@@ -4,7 +4,6 @@
 #include <type_traits>
 
 #include "bench.h"
-
 #include "block/metrics_dsp.h"
 #include "zepvc.h"
 
@@ -28,7 +27,9 @@ struct Inputs {
     const Zep16u* ref16(int i) { return mem->at<Zep16u>(kStep * 40 + 2 + 8 * i); }
 };
 
-std::shared_ptr<MetricsDsp> table(Isa l) { return std::make_shared<MetricsDsp>(zep::build_table(zep::metrics_init, l)); }
+std::shared_ptr<MetricsDsp> table(Isa l) {
+    return std::make_shared<MetricsDsp>(zep::build_table(zep::metrics_init, l));
+}
 
 // `call(t, in, i, out)` runs one kernel on block i; the digest covers the
 // outputs of the whole batch.
@@ -87,7 +88,8 @@ void reg_run(const std::string& name, zep::RunTable<Fn> MetricsDsp::*m) {
                             const Fn f = (t.get()->*m).pick(ref, step, out->data());
                             if constexpr (std::is_same_v<Fn, zep::RunFn>)
                                 f(in->src(0), kStep, ref, step, out->data(), 32);
-                            else f(in->src(0), kStep, ref, step, out->data(), 32, pMin.get());
+                            else
+                                f(in->src(0), kStep, ref, step, out->data(), 32, pMin.get());
                         },
                         [=] { return zb::hash_bytes(out->data(), 64, static_cast<uint64_t>(*pMin)); }};
         });

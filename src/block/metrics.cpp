@@ -1,8 +1,7 @@
 // Entry points of the block distortion metrics: checks, then one table call.
-#include "zepvc.h"
-
 #include "block/metrics_dsp.h"
 #include "frame/check.h"
+#include "zepvc.h"
 
 using namespace zep;
 
@@ -24,8 +23,7 @@ namespace {
 }
 
 [[gnu::always_inline]] inline ZepStatus sad_modes_16u(const Sad16uFn (&t)[4], const Zep16u* pSrc, Zep32s srcStep,
-                                                      const Zep16u* pRef, Zep32s refStep, Zep32s* pSAD,
-                                                      Zep32s mcType) {
+                                                      const Zep16u* pRef, Zep32s refStep, Zep32s* pSAD, Zep32s mcType) {
     ZEP_CHECK_PTRS(pSrc, pRef, pSAD);
     t[hp_index(mcType)](pSrc, srcStep, pRef, refStep, pSAD);
     return zepStatusOk;
@@ -79,8 +77,8 @@ ZEPVC_API ZepStatus zepiSAD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, cons
                                          Zep32s* pSAD, Zep32s) {
     return sad_fixed(metrics_dsp().sad4x8, pSrc, srcStep, pRef, refStep, pSAD);
 }
-ZEPVC_API ZepStatus zepiSAD4x4_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                     Zep32s* pSAD, Zep32s) {
+ZEPVC_API ZepStatus zepiSAD4x4_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pSAD,
+                                     Zep32s) {
     return sad_fixed(metrics_dsp().sad4x4, pSrc, srcStep, pRef, refStep, pSAD);
 }
 
@@ -164,10 +162,9 @@ ZEPVC_API ZepStatus zepiSAD4x4xNI_8u16u_C1R(const Zep8u* pSrc, Zep32s srcStep, c
 }
 
 // ---- SATD
-#define ZEP_SATD_ENTRY(name, member)                                                                    \
-    ZEPVC_API ZepStatus name(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,     \
-                             Zep32s* pSATD) {                                                           \
-        return sad_fixed(metrics_dsp().member, pSrc, srcStep, pRef, refStep, pSATD);                   \
+#define ZEP_SATD_ENTRY(name, member)                                                                                \
+    ZEPVC_API ZepStatus name(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pSATD) { \
+        return sad_fixed(metrics_dsp().member, pSrc, srcStep, pRef, refStep, pSATD);                                \
     }
 ZEP_SATD_ENTRY(zepiSATD16x16_8u32s_C1R, satd16x16)
 ZEP_SATD_ENTRY(zepiSATD16x8_8u32s_C1R, satd16x8)
@@ -207,8 +204,8 @@ ZEPVC_API ZepStatus zepiSqrDiff16x16B_8u32s(const Zep8u* pSrc, Zep32s srcStep, c
                                             Zep32s mcTypeF, const Zep8u* pRefB, Zep32s refBStep, Zep32s mcTypeB,
                                             Zep32s* pSqrDiff) {
     ZEP_CHECK_PTRS(pSrc, pRefF, pRefB, pSqrDiff);
-    metrics_dsp().sqrdiff16x16b[hp_index(mcTypeF)][hp_index(mcTypeB)](pSrc, srcStep, pRefF, refFStep, pRefB,
-                                                                       refBStep, pSqrDiff);
+    metrics_dsp().sqrdiff16x16b[hp_index(mcTypeF)][hp_index(mcTypeB)](pSrc, srcStep, pRefF, refFStep, pRefB, refBStep,
+                                                                      pSqrDiff);
     return zepStatusOk;
 }
 

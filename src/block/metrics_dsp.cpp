@@ -6,13 +6,11 @@ namespace zep {
 
 namespace {
 
-
 template <class Fn>
 void fill_run(RunTable<Fn>& t, Fn f) {
     for (Fn& e : t.aligned) e = f;
     t.general = f;
 }
-
 
 }  // namespace
 

@@ -20,8 +20,8 @@ using RunFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep
                        Zep32s count);
 using RunMinFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep16u* pSAD,
                           Zep32s count, Zep32s* pMin);
-using SqrDiffBFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRefF, Zep32s refFStep,
-                            const Zep8u* pRefB, Zep32s refBStep, Zep32s* pOut);
+using SqrDiffBFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRefF, Zep32s refFStep, const Zep8u* pRefB,
+                            Zep32s refBStep, Zep32s* pOut);
 using SubSadFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep16s* pDst,
                           Zep32s dstStep, Zep32s* pSAD);
 using FrameField8uFn = void (*)(const Zep8u* pSrc, Zep32s srcStep, Zep32s* pFrame, Zep32s* pField);

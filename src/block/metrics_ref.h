@@ -24,10 +24,14 @@ inline T* row(T* p, Zep32s step, int y) {
 // distance in samples to the right-hand neighbour (2 for interleaved chroma).
 template <int Mode, int Dx = 1, class T>
 inline int hp_sample(const T* r0, const T* r1, int x) {
-    if constexpr (Mode == 0) return r0[x];
-    else if constexpr (Mode == 1) return (r0[x] + r1[x] + 1) >> 1;
-    else if constexpr (Mode == 2) return (r0[x] + r0[x + Dx] + 1) >> 1;
-    else return (r0[x] + r0[x + Dx] + r1[x] + r1[x + Dx] + 2) >> 2;
+    if constexpr (Mode == 0)
+        return r0[x];
+    else if constexpr (Mode == 1)
+        return (r0[x] + r1[x] + 1) >> 1;
+    else if constexpr (Mode == 2)
+        return (r0[x] + r0[x + Dx] + 1) >> 1;
+    else
+        return (r0[x] + r0[x + Dx] + r1[x] + r1[x + Dx] + 2) >> 2;
 }
 
 // Sum over the block of f(|S - P|) or f(S - P), P the mode's reference sample;
@@ -83,8 +87,8 @@ template <int B, class T, class Out>
 void sad_blocks(const T* src, Zep32s srcStep, const T* refp, Zep32s refStep, Out* out) {
     for (int by = 0; by < 16 / B; ++by)
         for (int bx = 0; bx < 16 / B; ++bx) {
-            Zep32s s = sad<B, B, 0, T>(row(src, srcStep, by * B) + bx * B, srcStep,
-                                       row(refp, refStep, by * B) + bx * B, refStep);
+            Zep32s s = sad<B, B, 0, T>(row(src, srcStep, by * B) + bx * B, srcStep, row(refp, refStep, by * B) + bx * B,
+                                       refStep);
             if constexpr (sizeof(Out) == 2) s = s > 32767 ? 32767 : s;
             out[by * (16 / B) + bx] = static_cast<Out>(s);
         }
@@ -176,8 +180,8 @@ void sqrdiff_bi(const Zep8u* src, Zep32s srcStep, const Zep8u* refF, Zep32s refF
 }
 
 // Difference S - R of an 8x8 block as 16-bit values (dstStep in bytes) and its SAD.
-inline void sub_sad8x8(const Zep8u* src, Zep32s srcStep, const Zep8u* refp, Zep32s refStep, Zep16s* dst,
-                       Zep32s dstStep, Zep32s* pSAD) {
+inline void sub_sad8x8(const Zep8u* src, Zep32s srcStep, const Zep8u* refp, Zep32s refStep, Zep16s* dst, Zep32s dstStep,
+                       Zep32s* pSAD) {
     Zep32s sum = 0;
     for (int y = 0; y < 8; ++y) {
         const Zep8u* s = row(src, srcStep, y);

@@ -1,12 +1,8 @@
 // Block distortion metrics through the exported entry points: check order,
 // untouched outputs on failure, and hand-worked values that pin down rounding,
 // layout and result order.
-#include <array>
-#include <functional>
-
-#include "harness/harness.h"
-
 #include "block/metrics_dsp.h"
+#include "harness/harness.h"
 #include "zepvc.h"
 
 namespace {
@@ -23,99 +19,135 @@ struct Inputs {
     const Zep16u* ref16() const { return reinterpret_cast<const Zep16u*>(b); }
 };
 
-// Returns p, or null when this pointer's position is the one to null.
+// Returns p, or null when this is pointer number `nullAt`.
 template <class T>
 T* nth(T* p, int index, int nullAt) {
     return index == nullAt ? nullptr : p;
 }
 
-// A call that nulls its pointer number `nullAt` (-1: none), writing only into
-// the guarded outputs it is given.
-struct NullCase {
-    const char* name;
-    int pointers;
-    std::function<ZepStatus(const Inputs&, Zep32s*, Zep16u*, Zep32u*, Zep16s*, int nullAt)> call;
+// Guard-filled outputs of every shape the family writes.
+struct Outputs {
+    Guarded<Zep32s> s32{2};
+    Guarded<Zep16u> u16{16};
+    Guarded<Zep32u> u32{16};
+    Guarded<Zep16s> s16{64};
+    bool untouched() const { return s32.untouched() && u16.untouched() && u32.untouched() && s16.untouched(); }
 };
 
-const NullCase kNullCases[] = {
-#define SAD8(fn) {#fn, 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) { \
-    return fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n), 0); }}
-    SAD8(zepiSAD16x16_8u32s), SAD8(zepiSAD16x8_8u32s_C1R), SAD8(zepiSAD8x8_8u32s_C1R), SAD8(zepiSAD8x16_8u32s_C1R),
-    SAD8(zepiSAD8x4_8u32s_C1R), SAD8(zepiSAD4x8_8u32s_C1R), SAD8(zepiSAD4x4_8u32s), SAD8(zepiSSD8x8_8u32s_C1R),
-    SAD8(zepiSSD4x4_8u32s_C1R),
-#undef SAD8
-#define SAD16(fn) {#fn, 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) { \
-    return fn(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o, 2, n), 0); }}
-    SAD16(zepiSAD16x16_16u32s_C1R), SAD16(zepiSAD8x8_16u32s_C1R), SAD16(zepiSAD4x4_16u32s_C1R),
-#undef SAD16
-#define SATD(fn, in8) {#fn, 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) { \
-    return fn(nth(in8 ? in.src() : in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n)); }}
-    SATD(zepiSATD16x16_8u32s_C1R, 1), SATD(zepiSATD16x8_8u32s_C1R, 1), SATD(zepiSATD8x16_8u32s_C1R, 1),
-    SATD(zepiSATD8x8_8u32s_C1R, 1), SATD(zepiSATD8x4_8u32s_C1R, 1), SATD(zepiSATD4x8_8u32s_C1R, 1),
-    SATD(zepiSATD4x4_8u32s_C1R, 1), SATD(zepiSAT8x8D_8u32s_C1R, 1),
-#undef SATD
-    {"zepiSAT8x8D_16u32s_C1R", 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         return zepiSAT8x8D_16u32s_C1R(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o, 2, n));
-     }},
-    {"zepiSAD8x8_8u32s_C2R", 4, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         // Bad steps too: the null check comes first.
-         return zepiSAD8x8_8u32s_C2R(nth(in.src(), 0, n), n < 0 ? 64 : 0, nth(in.ref(), 1, n), 64, nth(o, 2, n),
-                                     nth(o + 1, 3, n), 0);
-     }},
-    {"zepiSAD16x16Blocks8x8_8u16u", 3, [](const Inputs& in, Zep32s*, Zep16u* o, Zep32u*, Zep16s*, int n) {
-         return zepiSAD16x16Blocks8x8_8u16u(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n), 0);
-     }},
-    {"zepiSAD16x16Blocks4x4_8u16u", 3, [](const Inputs& in, Zep32s*, Zep16u* o, Zep32u*, Zep16s*, int n) {
-         return zepiSAD16x16Blocks4x4_8u16u(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n), 0);
-     }},
-    {"zepiSAD16x16Blocks8x8_16u32u_C1R", 3, [](const Inputs& in, Zep32s*, Zep16u*, Zep32u* o, Zep16s*, int n) {
-         return zepiSAD16x16Blocks8x8_16u32u_C1R(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o, 2, n), 0);
-     }},
-    {"zepiSAD16x16Blocks4x4_16u32u_C1R", 3, [](const Inputs& in, Zep32s*, Zep16u*, Zep32u* o, Zep16s*, int n) {
-         return zepiSAD16x16Blocks4x4_16u32u_C1R(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o, 2, n), 0);
-     }},
-#define RUN(fn) {#fn, 3, [](const Inputs& in, Zep32s*, Zep16u* o, Zep32u*, Zep16s*, int n) { \
-    return fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n), n < 0 ? 8 : 7); }}
-    RUN(zepiSAD16x16xN_8u16u_C1R), RUN(zepiSAD8x8xN_8u16u_C1R), RUN(zepiSAD4x4xN_8u16u_C1R),
-    RUN(zepiSAD2x2xN_8u16u_C1R),
-#undef RUN
-#define RUNI(fn) {#fn, 4, [](const Inputs& in, Zep32s* m, Zep16u* o, Zep32u*, Zep16s*, int n) { \
-    return fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o, 2, n), n < 0 ? 8 : 7, nth(m, 3, n)); }}
-    RUNI(zepiSAD16x16xNI_8u16u_C1R), RUNI(zepiSAD8x8xNI_8u16u_C1R), RUNI(zepiSAD4x4xNI_8u16u_C1R),
-#undef RUNI
-    {"zepiSqrDiff16x16_8u32s", 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         return zepiSqrDiff16x16_8u32s(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, 0, nth(o, 2, n));
-     }},
-    {"zepiSqrDiff16x16B_8u32s", 4, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         return zepiSqrDiff16x16B_8u32s(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, 4, nth(in.ref(), 2, n), 64,
-                                        8, nth(o, 3, n));
-     }},
-    {"zepiSubSAD8x8_8u16s_C1R", 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s* d, int n) {
-         return zepiSubSAD8x8_8u16s_C1R(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(d, 2, n), 16, o);
-     }},
-    {"zepiFrameFieldSAD16x16_8u32s_C1R", 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         return zepiFrameFieldSAD16x16_8u32s_C1R(nth(in.src(), 0, n), 64, nth(o, 1, n), nth(o + 1, 2, n));
-     }},
-    {"zepiFrameFieldSAD16x16_16s32s_C1R", 3, [](const Inputs& in, Zep32s* o, Zep16u*, Zep32u*, Zep16s*, int n) {
-         return zepiFrameFieldSAD16x16_16s32s_C1R(reinterpret_cast<const Zep16s*>(nth(in.src(), 0, n)), 64,
-                                                  nth(o, 1, n), nth(o + 1, 2, n));
-     }},
+// One call per argument shape; pointer number `n` is passed as null.
+using NullCall = ZepStatus (*)(const Inputs&, Outputs&, int n);
+
+template <auto Fn>
+ZepStatus sad8(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.s32.data(), 2, n), 0);
+}
+template <auto Fn>
+ZepStatus sad16(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o.s32.data(), 2, n), 0);
+}
+template <auto Fn>
+ZepStatus satd8(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.s32.data(), 2, n));
+}
+template <auto Fn>
+ZepStatus blocks8(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.u16.data(), 2, n), 0);
+}
+template <auto Fn>
+ZepStatus blocks16(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o.u32.data(), 2, n), 0);
+}
+// Candidate runs with a count of 7: the null check must still come first.
+template <auto Fn>
+ZepStatus run(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.u16.data(), 2, n), 7);
+}
+template <auto Fn>
+ZepStatus run_min(const Inputs& in, Outputs& o, int n) {
+    return Fn(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.u16.data(), 2, n), 7, nth(o.s32.data(), 3, n));
+}
+ZepStatus sat16(const Inputs& in, Outputs& o, int n) {
+    return zepiSAT8x8D_16u32s_C1R(nth(in.src16(), 0, n), 64, nth(in.ref16(), 1, n), 64, nth(o.s32.data(), 2, n));
+}
+// A bad step too: the null check comes first.
+ZepStatus c2(const Inputs& in, Outputs& o, int n) {
+    return zepiSAD8x8_8u32s_C2R(nth(in.src(), 0, n), 0, nth(in.ref(), 1, n), 64, nth(o.s32.data(), 2, n),
+                                nth(o.s32.data() + 1, 3, n), 0);
+}
+ZepStatus sqr(const Inputs& in, Outputs& o, int n) {
+    return zepiSqrDiff16x16_8u32s(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, 0, nth(o.s32.data(), 2, n));
+}
+ZepStatus sqr_bi(const Inputs& in, Outputs& o, int n) {
+    return zepiSqrDiff16x16B_8u32s(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, 4, nth(in.ref(), 2, n), 64, 8,
+                                   nth(o.s32.data(), 3, n));
+}
+ZepStatus sub_sad(const Inputs& in, Outputs& o, int n) {
+    return zepiSubSAD8x8_8u16s_C1R(nth(in.src(), 0, n), 64, nth(in.ref(), 1, n), 64, nth(o.s16.data(), 2, n), 16,
+                                   o.s32.data());
+}
+ZepStatus frame_field8(const Inputs& in, Outputs& o, int n) {
+    return zepiFrameFieldSAD16x16_8u32s_C1R(nth(in.src(), 0, n), 64, nth(o.s32.data(), 1, n),
+                                            nth(o.s32.data() + 1, 2, n));
+}
+ZepStatus frame_field16(const Inputs& in, Outputs& o, int n) {
+    return zepiFrameFieldSAD16x16_16s32s_C1R(reinterpret_cast<const Zep16s*>(nth(in.src(), 0, n)), 64,
+                                             nth(o.s32.data(), 1, n), nth(o.s32.data() + 1, 2, n));
+}
+
+const struct {
+    const char* name;
+    int pointers;
+    NullCall call;
+} kNullCases[] = {
+    {"SAD16x16_8u32s", 3, sad8<zepiSAD16x16_8u32s>},
+    {"SAD16x8_8u32s_C1R", 3, sad8<zepiSAD16x8_8u32s_C1R>},
+    {"SAD8x8_8u32s_C1R", 3, sad8<zepiSAD8x8_8u32s_C1R>},
+    {"SAD8x16_8u32s_C1R", 3, sad8<zepiSAD8x16_8u32s_C1R>},
+    {"SAD8x4_8u32s_C1R", 3, sad8<zepiSAD8x4_8u32s_C1R>},
+    {"SAD4x8_8u32s_C1R", 3, sad8<zepiSAD4x8_8u32s_C1R>},
+    {"SAD4x4_8u32s", 3, sad8<zepiSAD4x4_8u32s>},
+    {"SSD8x8_8u32s_C1R", 3, sad8<zepiSSD8x8_8u32s_C1R>},
+    {"SSD4x4_8u32s_C1R", 3, sad8<zepiSSD4x4_8u32s_C1R>},
+    {"SAD16x16_16u32s_C1R", 3, sad16<zepiSAD16x16_16u32s_C1R>},
+    {"SAD8x8_16u32s_C1R", 3, sad16<zepiSAD8x8_16u32s_C1R>},
+    {"SAD4x4_16u32s_C1R", 3, sad16<zepiSAD4x4_16u32s_C1R>},
+    {"SATD16x16_8u32s_C1R", 3, satd8<zepiSATD16x16_8u32s_C1R>},
+    {"SATD16x8_8u32s_C1R", 3, satd8<zepiSATD16x8_8u32s_C1R>},
+    {"SATD8x16_8u32s_C1R", 3, satd8<zepiSATD8x16_8u32s_C1R>},
+    {"SATD8x8_8u32s_C1R", 3, satd8<zepiSATD8x8_8u32s_C1R>},
+    {"SATD8x4_8u32s_C1R", 3, satd8<zepiSATD8x4_8u32s_C1R>},
+    {"SATD4x8_8u32s_C1R", 3, satd8<zepiSATD4x8_8u32s_C1R>},
+    {"SATD4x4_8u32s_C1R", 3, satd8<zepiSATD4x4_8u32s_C1R>},
+    {"SAT8x8D_8u32s_C1R", 3, satd8<zepiSAT8x8D_8u32s_C1R>},
+    {"SAT8x8D_16u32s_C1R", 3, sat16},
+    {"SAD8x8_8u32s_C2R", 4, c2},
+    {"SAD16x16Blocks8x8_8u16u", 3, blocks8<zepiSAD16x16Blocks8x8_8u16u>},
+    {"SAD16x16Blocks4x4_8u16u", 3, blocks8<zepiSAD16x16Blocks4x4_8u16u>},
+    {"SAD16x16Blocks8x8_16u32u_C1R", 3, blocks16<zepiSAD16x16Blocks8x8_16u32u_C1R>},
+    {"SAD16x16Blocks4x4_16u32u_C1R", 3, blocks16<zepiSAD16x16Blocks4x4_16u32u_C1R>},
+    {"SAD16x16xN_8u16u_C1R", 3, run<zepiSAD16x16xN_8u16u_C1R>},
+    {"SAD8x8xN_8u16u_C1R", 3, run<zepiSAD8x8xN_8u16u_C1R>},
+    {"SAD4x4xN_8u16u_C1R", 3, run<zepiSAD4x4xN_8u16u_C1R>},
+    {"SAD2x2xN_8u16u_C1R", 3, run<zepiSAD2x2xN_8u16u_C1R>},
+    {"SAD16x16xNI_8u16u_C1R", 4, run_min<zepiSAD16x16xNI_8u16u_C1R>},
+    {"SAD8x8xNI_8u16u_C1R", 4, run_min<zepiSAD8x8xNI_8u16u_C1R>},
+    {"SAD4x4xNI_8u16u_C1R", 4, run_min<zepiSAD4x4xNI_8u16u_C1R>},
+    {"SqrDiff16x16_8u32s", 3, sqr},
+    {"SqrDiff16x16B_8u32s", 4, sqr_bi},
+    {"SubSAD8x8_8u16s_C1R", 3, sub_sad},
+    {"FrameFieldSAD16x16_8u32s_C1R", 3, frame_field8},
+    {"FrameFieldSAD16x16_16s32s_C1R", 3, frame_field16},
 };
 
 // Every pointer position of every function: zepStatusNullPtr, nothing
 // written, also when a later check (step, count) would fail as well.
 TEST(MetricsEntry, EveryNullPointerIsReportedFirstAndWritesNothing) {
     static const Inputs in;
-    for (const NullCase& c : kNullCases)
+    for (const auto& c : kNullCases)
         for (int n = 0; n < c.pointers; ++n) {
-            Guarded<Zep32s> o32(2);
-            Guarded<Zep16u> o16(16);
-            Guarded<Zep32u> o32u(16);
-            Guarded<Zep16s> o16s(64);
-            EXPECT_EQ(c.call(in, o32.data(), o16.data(), o32u.data(), o16s.data(), n), zepStatusNullPtr)
-                << c.name << ", pointer " << n;
-            EXPECT_TRUE(o32.untouched() && o16.untouched() && o32u.untouched() && o16s.untouched())
-                << c.name << ", pointer " << n;
+            Outputs o;
+            EXPECT_EQ(c.call(in, o, n), zepStatusNullPtr) << c.name << ", pointer " << n;
+            EXPECT_TRUE(o.untouched()) << c.name << ", pointer " << n;
         }
 }
 
@@ -124,8 +156,11 @@ TEST(MetricsEntry, InterleavedSadRejectsStepsBelowOne) {
     const struct {
         Zep32s srcStep, refStep;
         ZepStatus expect;
-    } cases[] = {{0, 64, zepStatusBadStep}, {64, 0, zepStatusBadStep}, {-64, 64, zepStatusBadStep},
-                 {64, -1, zepStatusBadStep}, {1, 1, zepStatusOk}};
+    } cases[] = {{0, 64, zepStatusBadStep},
+                 {64, 0, zepStatusBadStep},
+                 {-64, 64, zepStatusBadStep},
+                 {64, -1, zepStatusBadStep},
+                 {1, 1, zepStatusOk}};
     for (const auto& c : cases) {
         Guarded<Zep32s> out(2);
         EXPECT_EQ(zepiSAD8x8_8u32s_C2R(in.src(), c.srcStep, in.ref(), c.refStep, out.data(), out.data() + 1, 12),
@@ -208,8 +243,13 @@ TEST(MetricsEntry, HalfSampleRoundingOnKnownPicture) {
         Zep32s mcType;
         Zep32s sad;
     } cases[] = {
-        {0, 8 * 16 * 2 + 8 * 8 * 1 + 8 * 8 * 2}, {4, 256 * 2}, {5, 256 * 2},   {8, 256 * 2},
-        {12, 256 * 2},                           {15, 256 * 2}, {-4, 256 * 2},  // -4: bits 2 and 3 set
+        {0, 8 * 16 * 2 + 8 * 8 * 1 + 8 * 8 * 2},
+        {4, 256 * 2},
+        {5, 256 * 2},
+        {8, 256 * 2},
+        {12, 256 * 2},
+        {15, 256 * 2},
+        {-4, 256 * 2},  // -4: bits 2 and 3 set
     };
     for (const auto& c : cases) {
         Zep32s sad = -1, sad16 = -1;
@@ -273,7 +313,8 @@ TEST(MetricsEntry, SubBlockSadsInRasterOrder) {
 // 64 on 8x8); a single difference v spreads |v| over every coefficient; the
 // small blocks below were worked out by matrix products H D H^T.
 TEST(MetricsEntry, HadamardSumsOfKnownDifferences) {
-    Zep8u zero[16 * 16] = {}, one[16 * 16], imp[16 * 16] = {}, hw[16] = {1, 2, 3, 4, 0, 0, 0, 0, 5, 0, 0, 7, 0, 9, 0, 0};
+    Zep8u zero[16 * 16] = {}, one[16 * 16], imp[16 * 16] = {},
+                    hw[16] = {1, 2, 3, 4, 0, 0, 0, 0, 5, 0, 0, 7, 0, 9, 0, 0};
     std::fill(std::begin(one), std::end(one), 1);
     imp[0] = 3;
     const struct {
@@ -350,8 +391,10 @@ TEST(MetricsEntry, SubSadWritesDifferenceAndSad) {
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 12; ++x) {
             const int i = y * 8 + x;
-            if (x < 8) EXPECT_EQ(dst.data()[y * 12 + x], src[i] - refp[i]) << y << "," << x;
-            else EXPECT_EQ(static_cast<Zep16u>(dst.data()[y * 12 + x]), 0xCDCD);
+            if (x < 8)
+                EXPECT_EQ(dst.data()[y * 12 + x], src[i] - refp[i]) << y << "," << x;
+            else
+                EXPECT_EQ(static_cast<Zep16u>(dst.data()[y * 12 + x]), 0xCDCD);
             if (x < 8) expect += std::abs(src[i] - refp[i]);
         }
     EXPECT_EQ(sad, expect);

@@ -2,9 +2,8 @@
 // reference, on random and extreme values, odd alignments and steps.
 #include <functional>
 
-#include "harness/harness.h"
-
 #include "block/metrics_dsp.h"
+#include "harness/harness.h"
 #include "zepvc.h"
 
 namespace {
@@ -39,7 +38,7 @@ std::string describe(const Picture<T>& src, const Picture<T>& refp) {
 template <class T, class Fn>
 struct OneResult {
     const char* name;
-    int w, h;  // in samples
+    int w, h;   // in samples
     int modes;  // 4: the half-sample modes, 1: integer only
     std::function<Fn(const MetricsDsp&, int mode)> get;
 };
@@ -56,9 +55,10 @@ void check_one_result(const std::vector<OneResult<T, Fn>>& cases, int64_t maxVal
                 Zep32s e = -1, g = -2;
                 c.get(ref_table(), mode)(src.data(), src.step(), refp.data(), refp.step(), &e);
                 c.get(k, mode)(src.data(), src.step(), refp.data(), refp.step(), &g);
-                ASSERT_TRUE(same_array(&e, &g, 1,
-                                       context(level, pat, std::string(c.name) + " mode " + std::to_string(mode) +
-                                                               ", " + describe(src, refp))));
+                ASSERT_TRUE(same_array(
+                    &e, &g, 1,
+                    context(level, pat,
+                            std::string(c.name) + " mode " + std::to_string(mode) + ", " + describe(src, refp))));
             }
     });
 }
@@ -69,15 +69,24 @@ void check_one_result(const std::vector<OneResult<T, Fn>>& cases, int64_t maxVal
 TEST(MetricsKernels, EightBitMetricsMatchReference) {
     check_one_result<Zep8u, zep::SadFn>(
         {
-            {"SAD16x16", 16, 16, 4, MODES(sad16x16)},     {"SAD16x8", 16, 8, 4, MODES(sad16x8)},
-            {"SAD8x8", 8, 8, 4, MODES(sad8x8)},           {"SAD8x16", 8, 16, 1, FIXED(sad8x16)},
-            {"SAD8x4", 8, 4, 1, FIXED(sad8x4)},           {"SAD4x8", 4, 8, 1, FIXED(sad4x8)},
-            {"SAD4x4", 4, 4, 1, FIXED(sad4x4)},           {"SATD16x16", 16, 16, 1, FIXED(satd16x16)},
-            {"SATD16x8", 16, 8, 1, FIXED(satd16x8)},      {"SATD8x16", 8, 16, 1, FIXED(satd8x16)},
-            {"SATD8x8", 8, 8, 1, FIXED(satd8x8)},         {"SATD8x4", 8, 4, 1, FIXED(satd8x4)},
-            {"SATD4x8", 4, 8, 1, FIXED(satd4x8)},         {"SATD4x4", 4, 4, 1, FIXED(satd4x4)},
-            {"SAT8x8D", 8, 8, 1, FIXED(sat8x8d)},         {"SSD8x8", 8, 8, 4, MODES(ssd8x8)},
-            {"SSD4x4", 4, 4, 4, MODES(ssd4x4)},           {"SqrDiff16x16", 16, 16, 4, MODES(sqrdiff16x16)},
+            {"SAD16x16", 16, 16, 4, MODES(sad16x16)},
+            {"SAD16x8", 16, 8, 4, MODES(sad16x8)},
+            {"SAD8x8", 8, 8, 4, MODES(sad8x8)},
+            {"SAD8x16", 8, 16, 1, FIXED(sad8x16)},
+            {"SAD8x4", 8, 4, 1, FIXED(sad8x4)},
+            {"SAD4x8", 4, 8, 1, FIXED(sad4x8)},
+            {"SAD4x4", 4, 4, 1, FIXED(sad4x4)},
+            {"SATD16x16", 16, 16, 1, FIXED(satd16x16)},
+            {"SATD16x8", 16, 8, 1, FIXED(satd16x8)},
+            {"SATD8x16", 8, 16, 1, FIXED(satd8x16)},
+            {"SATD8x8", 8, 8, 1, FIXED(satd8x8)},
+            {"SATD8x4", 8, 4, 1, FIXED(satd8x4)},
+            {"SATD4x8", 4, 8, 1, FIXED(satd4x8)},
+            {"SATD4x4", 4, 4, 1, FIXED(satd4x4)},
+            {"SAT8x8D", 8, 8, 1, FIXED(sat8x8d)},
+            {"SSD8x8", 8, 8, 4, MODES(ssd8x8)},
+            {"SSD4x4", 4, 4, 4, MODES(ssd4x4)},
+            {"SqrDiff16x16", 16, 16, 4, MODES(sqrdiff16x16)},
         },
         255);
 }
@@ -104,7 +113,8 @@ TEST(MetricsKernels, InterleavedChannelsMatchReference) {
             Zep32s e[2] = {-1, -1}, g[2] = {-2, -2};
             ref_table().sad8x8_c2[mode](src.data(), src.step(), refp.data(), refp.step(), &e[0], &e[1]);
             k.sad8x8_c2[mode](src.data(), src.step(), refp.data(), refp.step(), &g[0], &g[1]);
-            ASSERT_TRUE(same_array(e, g, 2, context(level, pat, "C2 mode " + std::to_string(mode) + ", " + describe(src, refp))));
+            ASSERT_TRUE(same_array(
+                e, g, 2, context(level, pat, "C2 mode " + std::to_string(mode) + ", " + describe(src, refp))));
         }
     });
 }
@@ -143,8 +153,10 @@ TEST(MetricsKernels, BidirectionalSqrDiffMatchesReference) {
                 Zep32s e = -1, g = -2;
                 ref_table().sqrdiff16x16b[mf][mb](src.data(), src.step(), f.data(), f.step(), b.data(), b.step(), &e);
                 k.sqrdiff16x16b[mf][mb](src.data(), src.step(), f.data(), f.step(), b.data(), b.step(), &g);
-                ASSERT_TRUE(same_array(&e, &g, 1, context(level, pat, "modes " + std::to_string(mf) + "/" +
-                                                                          std::to_string(mb) + ", " + describe(src, f))));
+                ASSERT_TRUE(same_array(
+                    &e, &g, 1,
+                    context(level, pat,
+                            "modes " + std::to_string(mf) + "/" + std::to_string(mb) + ", " + describe(src, f))));
             }
     });
 }
@@ -226,8 +238,8 @@ TEST(MetricsKernels, CandidateRunsMatchReference) {
             (ref_table().*c.run).general(src.data(), src.step(), refp.data(), refp.step(), e, count);
             fn(src.data(), src.step(), refp.data(), refp.step(), g, count);
             const std::string ctx = context(level, pat,
-                                            std::string(c.name) + (aligned ? " aligned" : " general") +
-                                                " count " + std::to_string(count) + ", " + describe(src, refp));
+                                            std::string(c.name) + (aligned ? " aligned" : " general") + " count " +
+                                                std::to_string(count) + ", " + describe(src, refp));
             ASSERT_TRUE(same_array(e, g, 64 + 8, ctx));
             if (!c.runMin) continue;
             const auto& km = k.*c.runMin;

@@ -50,10 +50,14 @@ inline __m256i load2x16(const Zep8u* p, Zep32s step) {
 // Two rows of a half-sample mode's 16 reference samples (low lane row y).
 template <int Mode>
 inline __m256i hp_rows2x16(const Zep8u* r, Zep32s rs) {
-    if constexpr (Mode == 0) return load2x16(r, rs);
-    else if constexpr (Mode == 1) return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + rs, rs));
-    else if constexpr (Mode == 2) return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + 1, rs));
-    else return avg4_epu8(load2x16(r, rs), load2x16(r + 1, rs), load2x16(r + rs, rs), load2x16(r + rs + 1, rs));
+    if constexpr (Mode == 0)
+        return load2x16(r, rs);
+    else if constexpr (Mode == 1)
+        return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + rs, rs));
+    else if constexpr (Mode == 2)
+        return _mm256_avg_epu8(load2x16(r, rs), load2x16(r + 1, rs));
+    else
+        return avg4_epu8(load2x16(r, rs), load2x16(r + 1, rs), load2x16(r + rs, rs), load2x16(r + rs + 1, rs));
 }
 #endif
 
@@ -73,14 +77,21 @@ inline __m128i load4(const Zep8u* p) {
 template <int Mode, int N = 16, int Dx = 1>
 inline __m128i hp_row(const Zep8u* r0, const Zep8u* r1) {
     auto ld = [](const Zep8u* p) {
-        if constexpr (N == 16) return load16(p);
-        else if constexpr (N == 8) return load8(p);
-        else return load4(p);
+        if constexpr (N == 16)
+            return load16(p);
+        else if constexpr (N == 8)
+            return load8(p);
+        else
+            return load4(p);
     };
-    if constexpr (Mode == 0) return ld(r0);
-    else if constexpr (Mode == 1) return _mm_avg_epu8(ld(r0), ld(r1));
-    else if constexpr (Mode == 2) return _mm_avg_epu8(ld(r0), ld(r0 + Dx));
-    else return avg4_epu8(ld(r0), ld(r0 + Dx), ld(r1), ld(r1 + Dx));
+    if constexpr (Mode == 0)
+        return ld(r0);
+    else if constexpr (Mode == 1)
+        return _mm_avg_epu8(ld(r0), ld(r1));
+    else if constexpr (Mode == 2)
+        return _mm_avg_epu8(ld(r0), ld(r0 + Dx));
+    else
+        return avg4_epu8(ld(r0), ld(r0 + Dx), ld(r1), ld(r1 + Dx));
 }
 
 template <int Mode>
@@ -93,13 +104,19 @@ inline __m128i hp_row16(const Zep8u* r0, const Zep8u* r1) {
 template <int Mode, int N = 8>
 inline __m128i hp_row_16u(const Zep16u* r0, const Zep16u* r1) {
     auto ld = [](const Zep16u* p) {
-        if constexpr (N == 8) return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        else return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+        if constexpr (N == 8)
+            return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        else
+            return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
     };
-    if constexpr (Mode == 0) return ld(r0);
-    else if constexpr (Mode == 1) return _mm_avg_epu16(ld(r0), ld(r1));
-    else if constexpr (Mode == 2) return _mm_avg_epu16(ld(r0), ld(r0 + 1));
-    else return avg4_epu16(ld(r0), ld(r0 + 1), ld(r1), ld(r1 + 1));
+    if constexpr (Mode == 0)
+        return ld(r0);
+    else if constexpr (Mode == 1)
+        return _mm_avg_epu16(ld(r0), ld(r1));
+    else if constexpr (Mode == 2)
+        return _mm_avg_epu16(ld(r0), ld(r0 + 1));
+    else
+        return avg4_epu16(ld(r0), ld(r0 + 1), ld(r1), ld(r1 + 1));
 }
 
 }  // namespace

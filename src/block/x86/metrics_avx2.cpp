@@ -53,9 +53,12 @@ void sqrdiff_bi(const Zep8u* s, Zep32s ss, const Zep8u* f, Zep32s fs, const Zep8
 template <int Mode>
 inline __m256i hp_row16_16u(const Zep16u* r0, const Zep16u* r1) {
     auto ld = [](const Zep16u* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); };
-    if constexpr (Mode == 0) return ld(r0);
-    else if constexpr (Mode == 1) return _mm256_avg_epu16(ld(r0), ld(r1));
-    else if constexpr (Mode == 2) return _mm256_avg_epu16(ld(r0), ld(r0 + 1));
+    if constexpr (Mode == 0)
+        return ld(r0);
+    else if constexpr (Mode == 1)
+        return _mm256_avg_epu16(ld(r0), ld(r1));
+    else if constexpr (Mode == 2)
+        return _mm256_avg_epu16(ld(r0), ld(r0 + 1));
     else {
         __m256i a = ld(r0), b = ld(r0 + 1), c = ld(r1), d = ld(r1 + 1);
         __m256i p = _mm256_avg_epu16(a, b), q = _mm256_avg_epu16(c, d);
@@ -111,7 +114,8 @@ void satd(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
     for (int y = 0; y < H; y += rowsPerUnit, s += rowsPerUnit * ss, r += rowsPerUnit * rs) {
         __m256i d[4];
         for (int i = 0; i < 4; ++i) {
-            if constexpr (W == 16) d[i] = widen_diff(load16(s + i * ss), load16(r + i * rs));
+            if constexpr (W == 16)
+                d[i] = widen_diff(load16(s + i * ss), load16(r + i * rs));
             else
                 d[i] = widen_diff(_mm_unpacklo_epi64(load8(s + i * ss), load8(s + (i + 4) * ss)),
                                   _mm_unpacklo_epi64(load8(r + i * rs), load8(r + (i + 4) * rs)));

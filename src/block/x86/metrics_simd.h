@@ -25,7 +25,8 @@ struct AnyRows {
     template <int Off, int Bytes>
     static __m128i window(const Zep8u* row) {
         const Zep8u* p = row + Off;
-        if constexpr (Bytes == 16) return load16(p);
+        if constexpr (Bytes == 16)
+            return load16(p);
         else if constexpr (Bytes > 8) {
             // The two 8-byte halves overlap on equal bytes, so OR merges them.
             return _mm_or_si128(load8(p), _mm_slli_si128(load8(p + Bytes - 8), Bytes - 8));
@@ -48,13 +49,18 @@ struct AlignedRows {
     static __m128i window(const Zep8u* row) {
         constexpr int o = M + Off, lo = o / 16, hi = (o + Bytes - 1) / 16, sh = o % 16;
         const Zep8u* base = row - M;
-        if constexpr (sh == 0) return _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
-        else if constexpr ((o + 15) / 16 == hi) return load16(row + Off);
-        else if constexpr (Bytes <= 8) return AnyRows::window<Off, Bytes>(row);
+        if constexpr (sh == 0)
+            return _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
+        else if constexpr ((o + 15) / 16 == hi)
+            return load16(row + Off);
+        else if constexpr (Bytes <= 8)
+            return AnyRows::window<Off, Bytes>(row);
         else {
             __m128i c0 = _mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * lo));
-            if constexpr (lo == hi) return _mm_srli_si128(c0, sh);
-            else return _mm_alignr_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * hi)), c0, sh);
+            if constexpr (lo == hi)
+                return _mm_srli_si128(c0, sh);
+            else
+                return _mm_alignr_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(base + 16 * hi)), c0, sh);
         }
     }
 };
@@ -64,8 +70,10 @@ struct AlignedRows {
 struct LooseRows {
     template <int Off, int Bytes>
     static __m128i window(const Zep8u* row) {
-        if constexpr (Bytes > 8) return load16(row + Off);
-        else return AnyRows::window<Off, Bytes>(row);
+        if constexpr (Bytes > 8)
+            return load16(row + Off);
+        else
+            return AnyRows::window<Off, Bytes>(row);
     }
 };
 
@@ -121,8 +129,8 @@ void install_run(Table& t) {
 // Calls f.operator()<K>() for K = 0 .. N-1 (unrolled at compile time).
 template <int N, class F>
 inline void unroll(F&& f) {
-    [&]<int... K>(std::integer_sequence<int, K...>) { (f.template operator()<K>(), ...); }(
-        std::make_integer_sequence<int, N>{});
+    [&]<int... K>(std::integer_sequence<int, K...>) { (f.template operator()<K>(), ...); }
+    (std::make_integer_sequence<int, N>{});
 }
 
 inline Zep32s hsum_epi32(__m128i v) {

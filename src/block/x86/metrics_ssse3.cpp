@@ -15,15 +15,21 @@ using namespace x86;
 // 2 -> two rows in the low four bytes (rest zero). get(i) returns row i with
 // its W samples in the low bytes.
 template <int W>
-constexpr int rows_per_reg = W == 16 ? 1 : W == 8 ? 2 : W == 4 ? 4 : 2;
+constexpr int rows_per_reg = W == 16  ? 1
+                             : W == 8 ? 2
+                             : W == 4 ? 4
+                                      : 2;
 
 template <int W, class Get>
 inline __m128i pack_rows(Get get) {
-    if constexpr (W == 16) return get(0);
-    else if constexpr (W == 8) return _mm_unpacklo_epi64(get(0), get(1));
+    if constexpr (W == 16)
+        return get(0);
+    else if constexpr (W == 8)
+        return _mm_unpacklo_epi64(get(0), get(1));
     else if constexpr (W == 4)
         return _mm_unpacklo_epi64(_mm_unpacklo_epi32(get(0), get(1)), _mm_unpacklo_epi32(get(2), get(3)));
-    else return _mm_cvtsi32_si128(_mm_cvtsi128_si32(_mm_unpacklo_epi16(get(0), get(1))));
+    else
+        return _mm_cvtsi32_si128(_mm_cvtsi128_si32(_mm_unpacklo_epi16(get(0), get(1))));
 }
 
 template <int W>
@@ -188,11 +194,13 @@ struct Ssse3Run {
         for (int y = 0; y < H; y += R, s += R * ss, r += R * rs) {
             const __m128i sv = src_rows<W>(s, ss);
             unroll<8>([&]<int K>() {
-                __m128i v = _mm_sad_epu8(
-                    sv, pack_rows<W>([&](int i) { return Rows::template window<K, W>(r + i * rs); }));
+                __m128i v =
+                    _mm_sad_epu8(sv, pack_rows<W>([&](int i) { return Rows::template window<K, W>(r + i * rs); }));
                 if constexpr (K % 4) v = _mm_slli_epi64(v, 16 * (K % 4));
-                if constexpr (K < 4) acc0 = _mm_add_epi64(acc0, v);
-                else acc1 = _mm_add_epi64(acc1, v);
+                if constexpr (K < 4)
+                    acc0 = _mm_add_epi64(acc0, v);
+                else
+                    acc1 = _mm_add_epi64(acc1, v);
             });
         }
         acc0 = _mm_add_epi16(acc0, _mm_srli_si128(acc0, 8));
