@@ -29,7 +29,7 @@ void cavlcenc_init(CavlcEncDsp& t, Isa level);
 const CavlcEncDsp& cavlcenc_dsp();
 
 #if ZEPVC_HAVE_X86
-void cavlcenc_install_ssse3(CavlcEncDsp& t);
+void cavlcenc_install_avx512(CavlcEncDsp& t);
 #endif
 
 }  // namespace zep
