@@ -1,8 +1,8 @@
 // SSSE3 kernels of the block statistics.
-#include "block/stats_dsp.h"
+#include "block/x86/stats_simd.h"
 
 namespace zep {
 
-void stats_install_ssse3(StatsDsp& t) { (void)t; }
+void stats_install_ssse3(StatsDsp& t) { install_stats_sse(t); }
 
 }  // namespace zep
