@@ -169,19 +169,25 @@ ZEPVC_API ZepStatus zepiMC8x4B_16s8u_P2C2R(const Zep8u* pSrcRefF, Zep32s srcStep
 /* pDst = prediction of pSrc at half-sample position acc (roundControl applies). */
 ZEPVC_API ZepStatus zepiCopy16x16HP_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep,
                                            Zep32s acc, Zep32s roundControl);
+/* 16x8: prediction copied to pDst. */
 ZEPVC_API ZepStatus zepiCopy16x8HP_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep,
                                           Zep32s acc, Zep32s roundControl);
+/* 8x8: prediction copied to pDst. */
 ZEPVC_API ZepStatus zepiCopy8x8HP_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep, Zep32s acc,
                                          Zep32s roundControl);
+/* 8x4: prediction copied to pDst. */
 ZEPVC_API ZepStatus zepiCopy8x4HP_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep, Zep32s acc,
                                          Zep32s roundControl);
 /* pSrcDst = (pSrcDst + prediction(pSrc, acc, roundControl) + 1) >> 1: the final mean always rounds up. */
 ZEPVC_API ZepStatus zepiInterpolateAverage16x16_8u_C1IR(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pSrcDst,
                                                         Zep32s srcDstStep, Zep32s acc, Zep32s roundControl);
+/* 16x8: prediction averaged into pSrcDst. */
 ZEPVC_API ZepStatus zepiInterpolateAverage16x8_8u_C1IR(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pSrcDst,
                                                        Zep32s srcDstStep, Zep32s acc, Zep32s roundControl);
+/* 8x8: prediction averaged into pSrcDst. */
 ZEPVC_API ZepStatus zepiInterpolateAverage8x8_8u_C1IR(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pSrcDst,
                                                       Zep32s srcDstStep, Zep32s acc, Zep32s roundControl);
+/* 8x4: prediction averaged into pSrcDst. */
 ZEPVC_API ZepStatus zepiInterpolateAverage8x4_8u_C1IR(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pSrcDst,
                                                       Zep32s srcDstStep, Zep32s acc, Zep32s roundControl);
 /* Plain 16x16 block copy. */
@@ -216,22 +222,27 @@ ZEPVC_API ZepStatus zepiGetDiff16x16_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCu
                                               Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                               Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
                                               Zep32s roundControl);
+/* 16x8 block. */
 ZEPVC_API ZepStatus zepiGetDiff16x8_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                              Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                              Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
                                              Zep32s roundControl);
+/* 8x16 block. */
 ZEPVC_API ZepStatus zepiGetDiff8x16_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                              Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                              Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
                                              Zep32s roundControl);
+/* 8x8 block. */
 ZEPVC_API ZepStatus zepiGetDiff8x8_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                             Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                             Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
                                             Zep32s roundControl);
+/* 8x4 block. */
 ZEPVC_API ZepStatus zepiGetDiff8x4_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                             Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                             Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
                                             Zep32s roundControl);
+/* 4x4 block. */
 ZEPVC_API ZepStatus zepiGetDiff4x4_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                             Zep32s srcRefStep, Zep16s* pDstDiff, Zep32s dstDiffStep,
                                             Zep8u* pDstPredictor, Zep32s dstPredictorStep, Zep32s mcType,
@@ -241,18 +252,22 @@ ZEPVC_API ZepStatus zepiGetDiff16x16B_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcC
                                                Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                                Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiff,
                                                Zep32s dstDiffStep, Zep32s roundControl);
+/* 16x8 block, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff16x8B_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                               Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                               Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiff,
                                               Zep32s dstDiffStep, Zep32s roundControl);
+/* 8x16 block, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff8x16B_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                               Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                               Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiff,
                                               Zep32s dstDiffStep, Zep32s roundControl);
+/* 8x8 block, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff8x8B_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                              Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                              Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiff,
                                              Zep32s dstDiffStep, Zep32s roundControl);
+/* 8x4 block, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff8x4B_8u16s_C1(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                              Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                              Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiff,
@@ -262,15 +277,18 @@ ZEPVC_API ZepStatus zepiGetDiff8x8_8u16s_C2P2(const Zep8u* pSrcCur, Zep32s srcCu
                                               Zep32s srcRefStep, Zep16s* pDstDiffU, Zep32s dstDiffUStep,
                                               Zep16s* pDstDiffV, Zep32s dstDiffVStep, Zep32s mcType,
                                               Zep32s roundControl);
+/* 8x4 per channel. */
 ZEPVC_API ZepStatus zepiGetDiff8x4_8u16s_C2P2(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRef,
                                               Zep32s srcRefStep, Zep16s* pDstDiffU, Zep32s dstDiffUStep,
                                               Zep16s* pDstDiffV, Zep32s dstDiffVStep, Zep32s mcType,
                                               Zep32s roundControl);
+/* 8x8 per channel, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff8x8B_8u16s_C2P2(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                                Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                                Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiffU,
                                                Zep32s dstDiffUStep, Zep16s* pDstDiffV, Zep32s dstDiffVStep,
                                                Zep32s roundControl);
+/* 8x4 per channel, bidirectional. */
 ZEPVC_API ZepStatus zepiGetDiff8x4B_8u16s_C2P2(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcRefF,
                                                Zep32s srcRefFStep, Zep32s mcTypeF, const Zep8u* pSrcRefB,
                                                Zep32s srcRefBStep, Zep32s mcTypeB, Zep16s* pDstDiffU,
@@ -279,12 +297,16 @@ ZEPVC_API ZepStatus zepiGetDiff8x4B_8u16s_C2P2(const Zep8u* pSrcCur, Zep32s srcC
 /* Sub: pDst = pSrc - pRef at the integer position, saturated to 16s (only 16u input can reach the limits). */
 ZEPVC_API ZepStatus zepiSub16x16_8u16s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep16s* pDst, Zep32s dstStep);
+/* 8x8 block of 8u samples. */
 ZEPVC_API ZepStatus zepiSub8x8_8u16s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep16s* pDst, Zep32s dstStep);
+/* 4x4 block of 8u samples. */
 ZEPVC_API ZepStatus zepiSub4x4_8u16s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep16s* pDst, Zep32s dstStep);
+/* 8x8 block of 16u samples. */
 ZEPVC_API ZepStatus zepiSub8x8_16u16s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                           Zep16s* pDst, Zep32s dstStep);
+/* 4x4 block of 16u samples. */
 ZEPVC_API ZepStatus zepiSub4x4_16u16s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                           Zep16s* pDst, Zep32s dstStep);
 
@@ -341,7 +363,8 @@ ZEPVC_API ZepStatus zepiEdgesDetect16x16_16u_C1R(const Zep16u* pSrc, Zep32s srcS
  * 2 alternate horizontal, else zepStatusOutOfRange. pSrc and pDst must not overlap. */
 ZEPVC_API ZepStatus zepiScanFwd_16s_C1(const Zep16s* pSrc, Zep16s* pDst, Zep32s scan);
 /* pDst[order[i]] = pSrc[i] for i <= indxLastNonZero, every other pDst value 0: scan order back to raster.
- * Only pSrc[0..indxLastNonZero] is read. indxLastNonZero outside -1..63 or a bad scan: zepStatusOutOfRange. */
+ * Only pSrc[0..indxLastNonZero] is read; pSrc and pDst must not overlap. indxLastNonZero outside -1..63 or a
+ * bad scan: zepStatusOutOfRange. */
 ZEPVC_API ZepStatus zepiScanInv_16s_C1(const Zep16s* pSrc, Zep16s* pDst, Zep32s indxLastNonZero, Zep32s scan);
 
 ZEPVC_EXTERN_C_END
