@@ -6,6 +6,9 @@
 
 #include <immintrin.h>
 
+#include <cstddef>
+#include <cstring>
+
 #include "zepvc_types.h"
 
 namespace zep::deblock_x86 {
@@ -156,6 +159,141 @@ inline void transpose8x8_16(__m128i (&r)[8]) {
     r[5] = _mm_unpackhi_epi64(b2, b6);
     r[6] = _mm_unpacklo_epi64(b3, b7);
     r[7] = _mm_unpackhi_epi64(b3, b7);
+}
+
+// Eight rows of 16 bytes -> eight registers holding 8-byte column pieces:
+// out[n] = columns 2n (low half) and 2n + 1 (high half) of the eight rows.
+inline void transpose8x16_8(const __m128i* r, __m128i* out) {
+    __m128i a[8], b[8];
+    for (int i = 0; i < 4; ++i) {
+        a[2 * i] = _mm_unpacklo_epi8(r[2 * i], r[2 * i + 1]);
+        a[2 * i + 1] = _mm_unpackhi_epi8(r[2 * i], r[2 * i + 1]);
+    }
+    for (int j = 0; j < 2; ++j) {
+        b[4 * j + 0] = _mm_unpacklo_epi16(a[4 * j], a[4 * j + 2]);
+        b[4 * j + 1] = _mm_unpackhi_epi16(a[4 * j], a[4 * j + 2]);
+        b[4 * j + 2] = _mm_unpacklo_epi16(a[4 * j + 1], a[4 * j + 3]);
+        b[4 * j + 3] = _mm_unpackhi_epi16(a[4 * j + 1], a[4 * j + 3]);
+    }
+    for (int k = 0; k < 4; ++k) {
+        out[2 * k] = _mm_unpacklo_epi32(b[k], b[k + 4]);
+        out[2 * k + 1] = _mm_unpackhi_epi32(b[k], b[k + 4]);
+    }
+}
+
+// 16x16 byte transpose in place, each half of the rows taken through three
+// rounds on its own (fewer live registers) before the final 64-bit merge.
+inline void transpose16x16_8(__m128i* r) {
+    __m128i top[8], bottom[8];
+    transpose8x16_8(r, top);
+    transpose8x16_8(r + 8, bottom);
+    for (int n = 0; n < 8; ++n) {
+        r[2 * n] = _mm_unpacklo_epi64(top[n], bottom[n]);
+        r[2 * n + 1] = _mm_unpackhi_epi64(top[n], bottom[n]);
+    }
+}
+
+// Columns -4..-1 of 16 rows, four bytes a row, as four 16-line column vectors.
+inline void load_left16x4(const Zep8u* p, ptrdiff_t step, __m128i* c) {
+    const __m128i k = _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    __m128i a[4];
+    for (int g = 0; g < 4; ++g) {
+        Zep32s v[4];
+        for (int i = 0; i < 4; ++i) std::memcpy(&v[i], p + (4 * g + i) * step, 4);
+        a[g] = _mm_shuffle_epi8(_mm_setr_epi32(v[0], v[1], v[2], v[3]), k);  // by column, four rows each
+    }
+    const __m128i t0 = _mm_unpacklo_epi32(a[0], a[1]), t1 = _mm_unpacklo_epi32(a[2], a[3]);
+    const __m128i t2 = _mm_unpackhi_epi32(a[0], a[1]), t3 = _mm_unpackhi_epi32(a[2], a[3]);
+    c[0] = _mm_unpacklo_epi64(t0, t1);
+    c[1] = _mm_unpackhi_epi64(t0, t1);
+    c[2] = _mm_unpacklo_epi64(t2, t3);
+    c[3] = _mm_unpackhi_epi64(t2, t3);
+}
+
+inline void store_left16x4(Zep8u* p, ptrdiff_t step, const __m128i* c) {
+    const __m128i k = _mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    // Inverse of the above: dword g of column j holds rows 4g..4g+3.
+    const __m128i t0 = _mm_unpacklo_epi32(c[0], c[1]), t1 = _mm_unpacklo_epi32(c[2], c[3]);
+    const __m128i t2 = _mm_unpackhi_epi32(c[0], c[1]), t3 = _mm_unpackhi_epi32(c[2], c[3]);
+    const __m128i a[4] = {_mm_shuffle_epi8(_mm_unpacklo_epi64(t0, t1), k), _mm_shuffle_epi8(_mm_unpackhi_epi64(t0, t1), k),
+                          _mm_shuffle_epi8(_mm_unpacklo_epi64(t2, t3), k), _mm_shuffle_epi8(_mm_unpackhi_epi64(t2, t3), k)};
+    for (int g = 0; g < 4; ++g) {
+        alignas(16) Zep32s v[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(v), a[g]);
+        for (int i = 0; i < 4; ++i) std::memcpy(p + (4 * g + i) * step, &v[i], 4);
+    }
+}
+
+// The four vertical edges of an 8-bit macroblock: the block and the four
+// columns to its left are transposed once into 20 column vectors of 16 lines,
+// the edges are filtered in order on those, and the result is transposed
+// back. `edge(c, e)` filters edge e on c[0..7] = p3..q3 (16 lines of bytes).
+template <class EdgeFn>
+inline void ver_edges_8u(Zep8u* p, ptrdiff_t step, const Zep8u* bs, EdgeFn&& edge) {
+    Zep32u b[4];
+    std::memcpy(b, bs, 16);
+    if ((b[0] | b[1] | b[2] | b[3]) == 0) return;
+    __m128i col[20];  // columns -4..15
+    __m128i* left = col;
+    __m128i* main = col + 4;
+    if (b[0]) load_left16x4(p - 4, step, left);
+    for (int i = 0; i < 16; ++i) main[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i * step));
+    transpose16x16_8(main);
+    for (int e = 0; e < 4; ++e)
+        if (b[e]) edge(col + 4 * e, e);
+    transpose16x16_8(main);
+    for (int i = 0; i < 16; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(p + i * step), main[i]);
+    if (b[0]) store_left16x4(p - 4, step, left);
+}
+
+// Normal filter (bS 1..3) of 16 lines in byte lanes, c[0..7] = p3..q3 as
+// bytes. Exact while every tC0 is at most kByteTc0Max: the delta is formed
+// as 161 + delta with rounded byte averages (exact for all samples) and a
+// saturating add, which caps it at 94; the clip to tC never looks past that.
+// Lanes whose bS is 0 or above 3 are left alone.
+inline constexpr int kByteTc0Max = 92;
+
+inline __m128i ge_u8(__m128i a, __m128i b) { return _mm_cmpeq_epi8(_mm_max_epu8(a, b), a); }
+inline __m128i absdiff_u8(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
+
+inline void normal_filter_u8(__m128i* c, int alpha, int beta, __m128i bs, __m128i tc0) {
+    const __m128i p2 = c[1], p1 = c[2], p0 = c[3], q0 = c[4], q1 = c[5], q2 = c[6];
+    const __m128i zero = _mm_setzero_si128(), one = _mm_set1_epi8(1);
+    const __m128i va = _mm_set1_epi8(static_cast<char>(alpha)), vb = _mm_set1_epi8(static_cast<char>(beta));
+    __m128i off = _mm_or_si128(ge_u8(absdiff_u8(p0, q0), va), ge_u8(absdiff_u8(p1, p0), vb));
+    off = _mm_or_si128(off, ge_u8(absdiff_u8(q1, q0), vb));
+    const __m128i inRange = _mm_and_si128(_mm_cmpgt_epi8(bs, zero), _mm_cmpgt_epi8(_mm_set1_epi8(4), bs));
+    const __m128i m = _mm_andnot_si128(off, inRange);
+    const __m128i ap = _mm_andnot_si128(ge_u8(absdiff_u8(p2, p0), vb), m);
+    const __m128i aq = _mm_andnot_si128(ge_u8(absdiff_u8(q2, q0), vb), m);
+    const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(tc0, ap), aq);
+    // 161 + delta: 66 + floor((p1 - q1) / 4), 128 + floor((q0 - p0) / 2) and
+    // the parity of q0 - p0 combine exactly to floor((4 (q0 - p0) + p1 - q1 + 4) / 8).
+    const __m128i ones = _mm_cmpeq_epi8(zero, zero);
+    __m128i t = _mm_avg_epu8(_mm_avg_epu8(_mm_xor_si128(q1, ones), p1), _mm_set1_epi8(3));
+    t = _mm_avg_epu8(t, _mm_and_si128(_mm_xor_si128(p0, q0), one));
+    t = _mm_adds_epu8(t, _mm_avg_epu8(_mm_xor_si128(p0, ones), q0));
+    const __m128i bias = _mm_set1_epi8(static_cast<char>(161));
+    const __m128i dpos = _mm_and_si128(_mm_min_epu8(_mm_subs_epu8(t, bias), tc), m);
+    const __m128i dneg = _mm_and_si128(_mm_min_epu8(_mm_subs_epu8(bias, t), tc), m);
+    c[3] = _mm_subs_epu8(_mm_adds_epu8(p0, dpos), dneg);
+    c[4] = _mm_subs_epu8(_mm_adds_epu8(q0, dneg), dpos);
+    // p1 + clip3(-tC0, tC0, (p2 + avg - 2 p1) >> 1) = p1 clamped into
+    // [p1 - tC0, p1 + tC0] of floor((p2 + avg) / 2), which lies in 0..255.
+    const __m128i avg = _mm_avg_epu8(p0, q0);
+    const __m128i xp = _mm_sub_epi8(_mm_avg_epu8(p2, avg), _mm_and_si128(_mm_xor_si128(p2, avg), one));
+    const __m128i xq = _mm_sub_epi8(_mm_avg_epu8(q2, avg), _mm_and_si128(_mm_xor_si128(q2, avg), one));
+    const __m128i np1 = _mm_min_epu8(_mm_max_epu8(xp, _mm_subs_epu8(p1, tc0)), _mm_adds_epu8(p1, tc0));
+    const __m128i nq1 = _mm_min_epu8(_mm_max_epu8(xq, _mm_subs_epu8(q1, tc0)), _mm_adds_epu8(q1, tc0));
+    c[2] = _mm_xor_si128(p1, _mm_and_si128(_mm_xor_si128(np1, p1), ap));
+    c[5] = _mm_xor_si128(q1, _mm_and_si128(_mm_xor_si128(nq1, q1), aq));
+}
+
+// Per-line bytes of four segments: lanes 4s..4s+3 take v[s].
+inline __m128i seg_bytes(const Zep8u* v) {
+    Zep32s w;
+    std::memcpy(&w, v, 4);
+    return _mm_shuffle_epi8(_mm_cvtsi32_si128(w), _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
 }
 
 // Which filters a group of segments needs: bit 0 some bS in 1..3, bit 1 some bS 4.
