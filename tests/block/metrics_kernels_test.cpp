@@ -1,5 +1,8 @@
 // Block distortion metrics: every kernel of every ISA level against the scalar
 // reference, on random and extreme values, odd alignments and steps.
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <functional>
 
 #include "block/metrics_dsp.h"
@@ -73,9 +76,8 @@ void check_one_result(const std::vector<OneResult<T, Fn>>& cases, int64_t maxVal
 #define MODES(member) [](const MetricsDsp& t, int m) { return t.member[m]; }
 #define FIXED(member) [](const MetricsDsp& t, int) { return t.member; }
 
-TEST(MetricsKernels, EightBitMetricsMatchReference) {
-    check_one_result<Zep8u, zep::SadFn>(
-        {
+const std::vector<OneResult<Zep8u, zep::SadFn>>& eight_bit_cases() {
+    static const std::vector<OneResult<Zep8u, zep::SadFn>> cases = {
             {"SAD16x16", 16, 16, 4, MODES(sad16x16)},
             {"SAD16x8", 16, 8, 4, MODES(sad16x8)},
             {"SAD8x8", 8, 8, 4, MODES(sad8x8)},
@@ -94,20 +96,22 @@ TEST(MetricsKernels, EightBitMetricsMatchReference) {
             {"SSD8x8", 8, 8, 4, MODES(ssd8x8)},
             {"SSD4x4", 4, 4, 4, MODES(ssd4x4)},
             {"SqrDiff16x16", 16, 16, 4, MODES(sqrdiff16x16)},
-        },
-        255);
+    };
+    return cases;
 }
 
-TEST(MetricsKernels, SixteenBitMetricsMatchReference) {
-    check_one_result<Zep16u, zep::Sad16uFn>(
-        {
+const std::vector<OneResult<Zep16u, zep::Sad16uFn>>& sixteen_bit_cases() {
+    static const std::vector<OneResult<Zep16u, zep::Sad16uFn>> cases = {
             {"SAD16x16_16u", 16, 16, 4, MODES(sad16x16_16u)},
             {"SAD8x8_16u", 8, 8, 4, MODES(sad8x8_16u)},
             {"SAD4x4_16u", 4, 4, 4, MODES(sad4x4_16u)},
             {"SAT8x8D_16u", 8, 8, 1, FIXED(sat8x8d_16u)},
-        },
-        65535);
+    };
+    return cases;
 }
+
+TEST(MetricsKernels, EightBitMetricsMatchReference) { check_one_result(eight_bit_cases(), 255); }
+TEST(MetricsKernels, SixteenBitMetricsMatchReference) { check_one_result(sixteen_bit_cases(), 65535); }
 
 // ---------------------------------------------------------------- several results
 TEST(MetricsKernels, InterleavedChannelsMatchReference) {
@@ -270,6 +274,96 @@ TEST(MetricsKernels, RunTablePicksByAlignment) {
     EXPECT_EQ(t.pick(pic + 3, 24, out), t.general);
     EXPECT_EQ(t.pick(pic, -32, out), t.aligned[0]);
     EXPECT_EQ(t.pick(pic, 32, out + 1), t.general);
+}
+
+// ---------------------------------------------------------------- reads stay inside the block
+// Readable memory between two inaccessible pages: a kernel that reads one
+// byte before or after what its block needs crashes the test.
+class Fenced {
+public:
+    explicit Fenced(size_t bytes) {
+        page_ = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        size_ = (bytes + page_ - 1) / page_ * page_;
+        mem_ = static_cast<Zep8u*>(
+            mmap(nullptr, size_ + 2 * page_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        mprotect(mem_, page_, PROT_NONE);
+        mprotect(mem_ + page_ + size_, page_, PROT_NONE);
+        Rng rng(5);
+        for (size_t i = 0; i < size_; ++i) begin()[i] = static_cast<Zep8u>(rng.u32());
+    }
+    ~Fenced() { munmap(mem_, size_ + 2 * page_); }
+    Zep8u* begin() { return mem_ + page_; }
+    Zep8u* end() { return begin() + size_; }
+    // A picture of `rowBytes` x `rows` (step `step` > 0) placed at the start,
+    // or ending at the fence.
+    Zep8u* place(bool atEnd, int rowBytes, int rows, int step) {
+        return atEnd ? end() - (static_cast<ptrdiff_t>(rows - 1) * step + rowBytes) : begin();
+    }
+
+private:
+    size_t page_ = 0, size_ = 0;
+    Zep8u* mem_ = nullptr;
+};
+
+TEST(MetricsKernels, FixedSizeKernelsReadOnlyTheirBlock) {
+    Fenced src(8192), refp(8192);
+    for (Isa level : all_levels()) {
+        const MetricsDsp k = zep::build_table(zep::metrics_init, level);
+        for (int atEnd = 0; atEnd < 2; ++atEnd) {
+            auto run = [&](const auto& cases, int bytesPerSample) {
+                for (const auto& c : cases)
+                    for (int mode = 0; mode < c.modes; ++mode) {
+                        const int srcBytes = c.w * bytesPerSample;
+                        const int refBytes = srcBytes + ((mode & 2) ? bytesPerSample : 0);
+                        const int refRows = c.h + (mode & 1);
+                        const int step = 80 + 2 * atEnd;
+                        Zep32s out;
+                        const Zep8u* sp = src.place(atEnd, srcBytes, c.h, step);
+                        const Zep8u* rp = refp.place(atEnd, refBytes, refRows, step);
+                        if constexpr (std::is_same_v<std::decay_t<decltype(c)>, OneResult<Zep8u, zep::SadFn>>)
+                            c.get(k, mode)(sp, step, rp, step, &out);
+                        else
+                            c.get(k, mode)(reinterpret_cast<const Zep16u*>(sp), step,
+                                           reinterpret_cast<const Zep16u*>(rp), step, &out);
+                    }
+            };
+            run(eight_bit_cases(), 1);
+            run(sixteen_bit_cases(), 2);
+            for (int mode = 0; mode < 4; ++mode) {
+                Zep32s a, b;
+                k.sad8x8_c2[mode](src.place(atEnd, 16, 8, 48), 48,
+                                  refp.place(atEnd, 16 + ((mode & 2) ? 2 : 0), 8 + (mode & 1), 48), 48, &a, &b);
+                for (int mb = 0; mb < 4; ++mb)
+                    k.sqrdiff16x16b[mode][mb](src.place(atEnd, 16, 16, 48), 48,
+                                              refp.place(atEnd, 16 + ((mode & 2) ? 1 : 0), 16 + (mode & 1), 48), 48,
+                                              refp.place(atEnd, 16 + ((mb & 2) ? 1 : 0), 16 + (mb & 1), 48), 48, &a);
+            }
+        }
+    }
+}
+
+TEST(MetricsKernels, CandidateRunsReadOnlyTheirCandidates) {
+    Fenced src(8192), refp(8192);
+    for (Isa level : all_levels()) {
+        const MetricsDsp k = zep::build_table(zep::metrics_init, level);
+        for (const RunCase& c : kRuns)
+            for (int count = 8; count <= 40; count += 8)
+                for (int variant = 0; variant < 4; ++variant) {
+                    // Aligned table (16-byte step) or general kernel, block at
+                    // the start or ending at the fence.
+                    const bool aligned = variant & 1, atEnd = variant & 2;
+                    const int rowBytes = c.w + count - 1;
+                    const int step = aligned ? ((rowBytes + 15) & ~15) : rowBytes + 3;
+                    const Zep8u* r = refp.place(atEnd, rowBytes, c.h, step);
+                    const Zep8u* s = src.place(atEnd, c.w, c.h, 32);
+                    alignas(16) Zep16u out[40];
+                    const unsigned m = reinterpret_cast<uintptr_t>(r) & 15;
+                    (aligned ? (k.*c.run).aligned[m] : (k.*c.run).general)(s, 32, r, step, out, count);
+                    if (!c.runMin) continue;
+                    Zep32s pMin;
+                    (aligned ? (k.*c.runMin).aligned[m] : (k.*c.runMin).general)(s, 32, r, step, out, count, &pMin);
+                }
+    }
 }
 
 }  // namespace
