@@ -31,6 +31,7 @@ void interp_init(InterpDsp& t, Isa level) {
     fill_ref16<16>(t.luma16_wide[2], kPos);
 #if ZEPVC_HAVE_X86
     if (level >= Isa::SSSE3) interp_install_ssse3(t);
+    if (level >= Isa::AVX2) interp_install_avx2(t);
 #else
     (void)level;
 #endif

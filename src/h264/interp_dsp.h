@@ -6,7 +6,8 @@
 
 namespace zep {
 
-// One block of the kernel's built-in width, `height` rows. Steps in samples.
+// One block of the kernel's built-in width, `height` rows (a multiple of 4
+// for 8-bit, which the 16-wide kernels use two rows at a time). Steps in samples.
 using Interp8Fn = void (*)(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int height);
 // Same for 16-bit samples; results clamped to 0..maxVal.
 using Interp16Fn = void (*)(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal);
@@ -25,6 +26,7 @@ const InterpDsp& interp_dsp();
 
 #if ZEPVC_HAVE_X86
 void interp_install_ssse3(InterpDsp& t);
+void interp_install_avx2(InterpDsp& t);
 #endif
 
 }  // namespace zep
