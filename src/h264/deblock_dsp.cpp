@@ -15,6 +15,7 @@ void deblock_init(DeblockDsp& t, Isa level) {
     t.luma16[1] = t.luma16_wide[1] = ref::deblock_luma_16u<false>;
 #if ZEPVC_HAVE_X86
     if (level >= Isa::SSSE3) deblock_install_ssse3(t);
+    if (level >= Isa::AVX2) deblock_install_avx2(t);
 #else
     (void)level;
 #endif

@@ -24,6 +24,7 @@ const DeblockDsp& deblock_dsp();
 
 #if ZEPVC_HAVE_X86
 void deblock_install_ssse3(DeblockDsp& t);
+void deblock_install_avx2(DeblockDsp& t);
 #endif
 
 }  // namespace zep
