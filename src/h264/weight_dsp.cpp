@@ -26,6 +26,7 @@ void weight_init(WeightDsp& t, Isa level) {
     t.any = ref::weight_any;
 #if ZEPVC_HAVE_X86
     if (level >= Isa::SSSE3) weight_install_ssse3(t);
+    if (level >= Isa::AVX2) weight_install_avx2(t);
 #else
     (void)level;
 #endif

@@ -35,6 +35,7 @@ const WeightDsp& weight_dsp();
 
 #if ZEPVC_HAVE_X86
 void weight_install_ssse3(WeightDsp& t);
+void weight_install_avx2(WeightDsp& t);
 #endif
 
 }  // namespace zep
