@@ -13,8 +13,10 @@
 
 namespace zep {
 
+// Helpers the SIMD kernels share are always inlined, so no out-of-line copy
+// built with a SIMD target's flags can stand in for another translation unit's.
 template <class T>
-inline T* vc1_row(T* p, Zep32s step, int y) {
+[[gnu::always_inline]] inline T* vc1_row(T* p, Zep32s step, int y) {
     using B = std::conditional_t<std::is_const_v<T>, const Zep8u, Zep8u>;
     return reinterpret_cast<T*>(reinterpret_cast<B*>(p) + static_cast<ptrdiff_t>(step) * y);
 }
@@ -41,12 +43,12 @@ inline constexpr int vc1_f4[4][4] = {
     {15420, 15420, 15420, 15420}, {19751, 8978, -8978, -19751}, {15420, -15420, -15420, 15420}, {8978, -19751, 19751, -8978}};
 
 template <int N>
-constexpr int vc1_inv_coef(int k, int j) {
+[[gnu::always_inline]] constexpr int vc1_inv_coef(int k, int j) {
     if constexpr (N == 8) return vc1_t8[k][j];
     else return vc1_t4[k][j];
 }
 template <int N>
-constexpr int vc1_fwd_coef(int k, int j) {
+[[gnu::always_inline]] constexpr int vc1_fwd_coef(int k, int j) {
     if constexpr (N == 8) return vc1_f8[k][j];
     else return vc1_f4[k][j];
 }
@@ -77,7 +79,7 @@ void vc1_ref_inv(const Zep16s* src, Zep32s srcStep, Zep16s* dst, Zep32s dstStep)
 
 // The DC-only inverse: every output is the same value.
 template <int W, int H>
-inline Zep16s vc1_inv_dc_value(int d0) {
+[[gnu::always_inline]] inline Zep16s vc1_inv_dc_value(int d0) {
     const int e = sat_s16((vc1_inv_coef<W>(0, 0) * d0 + 4) >> 3);
     return sat_s16((vc1_inv_coef<H>(0, 0) * e + 64) >> 7);
 }
