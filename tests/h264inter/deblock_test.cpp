@@ -232,4 +232,22 @@ TEST(DeblockEntry, SixteenBitRecordChecksAndStepInSamples) {
     EXPECT_NE(mb.mem, before);
 }
 
+// Sample depths beyond 12 bits leave the 16-bit-lane kernels for the
+// full-range ones: 16-bit extremes through the entry points match the reference.
+TEST(DeblockEntry, SixteenBitFullRangeMatchesReference) {
+    const DeblockDsp ref = zep::build_table(zep::deblock_init, Isa::Ref);
+    Rng rng(6);
+    for (int depth : {13, 14, 16})
+        for (int it = 0; it < 200; ++it)
+            for (int dir = 0; dir < 2; ++dir) {
+                RandomEdge<Zep16u> in(rng, (1 << depth) - 1);
+                auto want = in.mb, got = in.mb;
+                ref.luma16_wide[dir](want.origin(), want.step, in.alpha, in.beta, in.tc0, in.bs, (1 << depth) - 1);
+                const ZepDeblockParams16u p{got.origin(), got.step, in.alpha, in.beta, in.tc0, in.bs, depth};
+                ASSERT_EQ((dir ? zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR : zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR)(&p),
+                          zepStatusOk);
+                ASSERT_EQ(want.mem, got.mem) << "depth " << depth << " iteration " << it << " dir " << dir;
+            }
+}
+
 }  // namespace

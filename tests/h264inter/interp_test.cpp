@@ -323,4 +323,32 @@ TEST(InterpEntry, SixteenBitClampsToBitDepth) {
     }
 }
 
+// The entry points pick the kernel of (width, dx, dy); 16-bit samples beyond
+// 14 bits go to the full-range kernels (the vector ones take samples signed).
+TEST(InterpEntry, DispatchMatchesReferenceKernels) {
+    const InterpDsp ref = zep::build_table(zep::interp_init, Isa::Ref);
+    Rng rng(13);
+    for (int w : {4, 8, 16})
+        for (int pos = 0; pos < 16; ++pos) {
+            Region r(w, 8);
+            fill_region(r, rng, 0, 255);
+            auto pic = to_picture<Zep8u>(rng, r);
+            std::vector<Zep8u> e(w * 8), g(w * 8);
+            ref.luma8[w >> 3][pos](origin(pic), pic.step(), e.data(), w, 8);
+            ASSERT_EQ(zepiInterpolateLuma_H264_8u_C1R(origin(pic), pic.step(), g.data(), w, pos & 3, pos >> 2, {w, 8}),
+                      zepStatusOk);
+            ASSERT_EQ(e, g) << "8u w " << w << " pos " << pos;
+            for (int depth : {10, 15, 16}) {
+                Region r16(w, 8);
+                fill_region(r16, rng, 1, (1 << depth) - 1);
+                auto p16 = to_picture<Zep16u>(rng, r16);
+                std::vector<Zep16u> e16(w * 8), g16(w * 8);
+                ref.luma16_wide[w >> 3][pos](origin(p16), p16.step() / 2, e16.data(), w, 8, (1 << depth) - 1);
+                const ZepInterpolationParams16u p{origin(p16), p16.step() / 2, g16.data(), w, pos & 3, pos >> 2, w, 8, depth};
+                ASSERT_EQ(zepiInterpolateLuma_H264_16u_C1R(&p), zepStatusOk);
+                ASSERT_EQ(e16, g16) << "16u depth " << depth << " w " << w << " pos " << pos;
+            }
+        }
+}
+
 }  // namespace
