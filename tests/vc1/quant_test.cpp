@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "harness/harness.h"
+#include "clone.h"
 #include "vc1/vc1_dsp.h"
 #include "zepvc.h"
 
@@ -75,7 +76,7 @@ TEST(Vc1QuantKernels, EveryLevelMatchesReference) {
                     // Forward.
                     auto a = Picture<Zep16s>::random(rng, w, h, 1);
                     a.fill(pat, rng, -32768, 32767);
-                    auto b = a;
+                    auto b = vc1t::clone(a);
                     (intra ? ref.quant_intra[nu][cls] : ref.quant_inter[nu][si][cls])(a.data(), a.step(), dq);
                     (intra ? k.quant_intra[nu][cls] : k.quant_inter[nu][si][cls])(b.data(), b.step(), dq);
                     ASSERT_TRUE(same_array(a.block(), b.block(), ctx + " forward " + a.describe()));
@@ -88,7 +89,7 @@ TEST(Vc1QuantKernels, EveryLevelMatchesReference) {
                         for (int x = 0; x < w; ++x)
                             if (rng.range(0, 3) == 0) src.at(x, y) = 0;
                     auto da = Picture<Zep16s>::random(rng, w, h, 1);
-                    auto db = da;
+                    auto db = vc1t::clone(da);
                     ZepSize na{-1, -1}, nb{-2, -2}, nc{-3, -3};
                     auto fr = intra ? ref.quant_inv_intra[nu] : ref.quant_inv_inter[nu][ii];
                     auto fk = intra ? k.quant_inv_intra[nu] : k.quant_inv_inter[nu][ii];

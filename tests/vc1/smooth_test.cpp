@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "harness/harness.h"
+#include "clone.h"
 #include "vc1/vc1_dsp.h"
 #include "zepvc.h"
 
@@ -295,7 +296,7 @@ TEST(Vc1RangeMap, KernelsMatchReferenceAndHandValues) {
                 auto src = Picture<Zep8u>::random(rng, w, h, 1);
                 src.fill(pat, rng, 0, 255);
                 auto a = Picture<Zep8u>::random(rng, w, h, 1);
-                auto b = a;
+                auto b = vc1t::clone(a);
                 ref.range_map(src.data(), src.step(), a.data(), a.step(), w, h, f);
                 k.range_map(src.data(), src.step(), b.data(), b.step(), w, h, f);
                 const std::string ctx = context(level, pat, src.describe());
