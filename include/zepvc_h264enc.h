@@ -20,7 +20,8 @@ ZEPVC_API ZepStatus zepiTransformResidual4x4Fwd_H264_32s_C1(const Zep32s* pSrc, 
  * level = (|c| * m + rounding) >> shift in wrapping 32-bit arithmetic with an
  * arithmetic shift, sign of c restored (16s outputs saturate). Without a scale
  * table: built-in flat multipliers, shift 15 + qp/6; with one: shift 11 + qp/6.
- * Rounding is a third of the step for intra, a sixth for inter. *pNumLevels
+ * Rounding is a third of the step for intra (isIntra non-zero), a sixth for
+ * inter; products beyond 32 bits (large 32s inputs) wrap. *pNumLevels
  * gets the count of non-zero levels, *pLastScanPos the largest pScanPos[i] over
  * non-zero levels, never below 0 (0 when there are none). */
 /* 32s; qp 0..87; pScaleTable may be null. */
