@@ -1,6 +1,7 @@
 // AVX2 kernels of the H.264 luma interpolation: the 16-wide 8-bit blocks, two
 // rows per register (row y in the low lane, row y + 1 in the high lane), so
-// every per-lane operation is the SSSE3 kernel's on a row of its own.
+// every per-lane operation is the SSSE3 kernel's on a row of its own; and the
+// 8- and 16-wide 16-bit blocks, eight 32-bit lanes per row chunk.
 #include <utility>
 
 #include "h264/interp_dsp.h"
@@ -125,6 +126,97 @@ void luma16w_centre(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep
     }
 }
 
+// ---------------------------------------------------------------- 16-bit
+
+// Unrounded horizontal sums (32-bit) of eight outputs at p, four per lane:
+// each lane gathers its samples as the SSSE3 kernel does; reads p-2 .. p+10.
+inline __m256i hsum16u8(const Zep16u* p) {
+    const __m256i v0 = _mm256_inserti128_si256(_mm256_castsi128_si256(ld16(p - 2)), ld16(p + 2), 1);
+    const __m256i v1 = _mm256_inserti128_si256(_mm256_castsi128_si256(ld8(p + 3)), ld8(p + 7), 1);
+    const __m256i v2 = _mm256_alignr_epi8(v1, v0, 8);
+    const __m256i k01 = bc(_mm_setr_epi8(0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7, 6, 7, 8, 9));
+    const __m256i k23 = bc(_mm_setr_epi8(4, 5, 6, 7, 6, 7, 8, 9, 8, 9, 10, 11, 10, 11, 12, 13));
+    const __m256i k45 = bc(_mm_setr_epi8(0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7, 6, 7, 14, 15));
+    const __m256i a = _mm256_madd_epi16(_mm256_shuffle_epi8(v0, k01), bc(c16_01()));
+    const __m256i b = _mm256_madd_epi16(_mm256_shuffle_epi8(v0, k23), bc(c16_23()));
+    const __m256i c = _mm256_madd_epi16(_mm256_shuffle_epi8(v2, k45), bc(c16_45()));
+    return _mm256_add_epi32(_mm256_add_epi32(a, b), c);
+}
+
+// Six-tap of six 32-bit rows with the taps as shifts and adds.
+inline __m256i tap32(__m256i t0, __m256i t1, __m256i t2, __m256i t3, __m256i t4, __m256i t5) {
+    const __m256i a = _mm256_add_epi32(t2, t3), b = _mm256_add_epi32(t1, t4);
+    const __m256i r = _mm256_add_epi32(_mm256_add_epi32(t0, t5),
+                                       _mm256_slli_epi32(_mm256_add_epi32(_mm256_slli_epi32(a, 2), a), 2));
+    return _mm256_sub_epi32(r, _mm256_add_epi32(_mm256_slli_epi32(b, 2), b));
+}
+
+// Unrounded vertical sums (32-bit) of eight columns at p.
+inline __m256i vsum16u8(const Zep16u* p, ptrdiff_t s) {
+    auto row = [&](int k) { return _mm256_cvtepu16_epi32(ld16(p + (k - 2) * s)); };
+    return tap32(row(0), row(1), row(2), row(3), row(4), row(5));
+}
+
+// Eight 32-bit results -> eight 16-bit samples clamped to 0..maxVal.
+inline __m128i narrow(__m256i x, __m256i maxv) {
+    x = _mm256_min_epi32(_mm256_max_epi32(x, _mm256_setzero_si256()), maxv);
+    return _mm256_castsi256_si128(_mm256_permute4x64_epi64(_mm256_packus_epi32(x, x), 0x08));
+}
+inline __m256i round5_32(__m256i x) { return _mm256_srai_epi32(_mm256_add_epi32(x, _mm256_set1_epi32(16)), 5); }
+inline __m256i round10_32(__m256i x) { return _mm256_srai_epi32(_mm256_add_epi32(x, _mm256_set1_epi32(512)), 10); }
+
+// Eight-column chunks of the 8- and 16-wide blocks, samples up to 15 bits.
+template <int W, int DX, int DY>
+void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal) {
+    const ptrdiff_t ss = srcStep, ds = dstStep;
+    const __m256i maxv = _mm256_set1_epi32(maxVal);
+    constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
+    for (int c = 0; c < W; c += 8) {
+        const Zep16u* s = src + c;
+        Zep16u* d = dst + c;
+        __m256i t0{}, t1{}, t2{}, t3{}, t4{};
+        if constexpr (kCentre) {
+            t0 = hsum16u8(s - 2 * ss), t1 = hsum16u8(s - ss), t2 = hsum16u8(s);
+            t3 = hsum16u8(s + ss), t4 = hsum16u8(s + 2 * ss);
+        }
+        for (int y = 0; y < height; ++y, s += ss, d += ds) {
+            __m128i r;
+            if constexpr (kCentre) {
+                const __m256i t5 = hsum16u8(s + 3 * ss);
+                r = narrow(round10_32(tap32(t0, t1, t2, t3, t4, t5)), maxv);
+                if constexpr (DY == 1) r = _mm_avg_epu16(r, narrow(round5_32(t2), maxv));
+                if constexpr (DY == 3) r = _mm_avg_epu16(r, narrow(round5_32(t3), maxv));
+                if constexpr (DX == 1) r = _mm_avg_epu16(r, narrow(round5_32(vsum16u8(s, ss)), maxv));
+                if constexpr (DX == 3) r = _mm_avg_epu16(r, narrow(round5_32(vsum16u8(s + 1, ss)), maxv));
+                t0 = t1;
+                t1 = t2;
+                t2 = t3;
+                t3 = t4;
+                t4 = t5;
+            } else if constexpr (DX == 0 && DY == 0) {
+                r = ld16(s);
+            } else if constexpr (DY == 0) {
+                r = narrow(round5_32(hsum16u8(s)), maxv);
+                if constexpr (DX == 1) r = _mm_avg_epu16(r, ld16(s));
+                if constexpr (DX == 3) r = _mm_avg_epu16(r, ld16(s + 1));
+            } else if constexpr (DX == 0) {
+                r = narrow(round5_32(vsum16u8(s, ss)), maxv);
+                if constexpr (DY == 1) r = _mm_avg_epu16(r, ld16(s));
+                if constexpr (DY == 3) r = _mm_avg_epu16(r, ld16(s + ss));
+            } else {
+                const __m128i b = narrow(round5_32(hsum16u8(DY == 1 ? s : s + ss)), maxv);
+                r = _mm_avg_epu16(b, narrow(round5_32(vsum16u8(DX == 1 ? s : s + 1, ss)), maxv));
+            }
+            st16(d, r);
+        }
+    }
+}
+
+template <int W, int... P>
+void fill16(Interp16Fn (&t)[16], std::integer_sequence<int, P...>) {
+    ((t[P] = luma16<W, (P & 3), (P >> 2)>), ...);
+}
+
 template <int... P>
 void fill(Interp8Fn (&t)[16], std::integer_sequence<int, P...>) {
     constexpr auto centre = [](int dx, int dy) { return (dx == 2 && dy != 0) || (dy == 2 && dx != 0); };
@@ -133,6 +225,11 @@ void fill(Interp8Fn (&t)[16], std::integer_sequence<int, P...>) {
 
 }  // namespace
 
-void interp_install_avx2(InterpDsp& t) { fill(t.luma8[2], std::make_integer_sequence<int, 16>{}); }
+void interp_install_avx2(InterpDsp& t) {
+    constexpr auto kPos = std::make_integer_sequence<int, 16>{};
+    fill(t.luma8[2], kPos);
+    fill16<8>(t.luma16[1], kPos);
+    fill16<16>(t.luma16[2], kPos);
+}
 
 }  // namespace zep
