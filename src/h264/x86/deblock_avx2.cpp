@@ -50,6 +50,10 @@ void hor_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, co
 }  // namespace
 
 void deblock_install_avx2(DeblockDsp& t) {
+    // The 8-bit kernels work in 128-bit registers either way; built with
+    // AVX2 their three-operand forms save register copies.
+    t.luma8[0] = ver_8u;
+    t.luma8[1] = hor_8u;
     t.luma16[1] = hor_16u;
 }
 

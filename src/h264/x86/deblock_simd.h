@@ -6,6 +6,7 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -301,6 +302,54 @@ inline int needs(const Zep8u* b, int n) {
     int f = 0;
     for (int i = 0; i < n; ++i) f |= (b[i] != 0 && b[i] < 4 ? 1 : 0) | (b[i] == 4 ? 2 : 0);
     return f;
+}
+
+// Lanes a a a a b b b b: the values of two segments over their eight lines.
+inline __m128i seg_lanes(int a, int b) {
+    __m128i v = _mm_cvtsi32_si128(a | (b << 16));
+    v = _mm_unpacklo_epi16(v, v);
+    return _mm_unpacklo_epi32(v, v);
+}
+
+// One edge of 16 lines held as bytes c[0..7] = p3..q3. Edges with only the
+// normal filter and the standard's small tC0 stay in byte lanes; others run
+// in two halves of eight 16-bit lanes, and a half whose two segments have
+// bS 0 is left alone.
+inline void edge16(__m128i* c, int alpha, int beta, const Zep8u* bs4, const Zep8u* tc4) {
+    if (needs(bs4, 4) == 1 && std::max({tc4[0], tc4[1], tc4[2], tc4[3]}) <= kByteTc0Max) {
+        normal_filter_u8(c, alpha, beta, seg_bytes(bs4), seg_bytes(tc4));
+        return;
+    }
+    const EdgeParams<V128> ep = edge_params<V128>(alpha, beta, 255);
+    const __m128i z = _mm_setzero_si128();
+    __m128i lo[8], hi[8];
+    for (int k = 0; k < 8; ++k) {
+        lo[k] = _mm_unpacklo_epi8(c[k], z);
+        hi[k] = _mm_unpackhi_epi8(c[k], z);
+    }
+    if (const int need = needs(bs4, 2))
+        filter_lines<V128>(lo, ep, seg_lanes(bs4[0], bs4[1]), seg_lanes(tc4[0], tc4[1]), need & 1, need & 2);
+    if (const int need = needs(bs4 + 2, 2))
+        filter_lines<V128>(hi, ep, seg_lanes(bs4[2], bs4[3]), seg_lanes(tc4[2], tc4[3]), need & 1, need & 2);
+    for (int k = 1; k < 7; ++k) c[k] = _mm_packus_epi16(lo[k], hi[k]);
+}
+
+void ver_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
+    ver_edges_8u(p, step, bs, [&](__m128i* c, int e) { edge16(c, alpha[e > 0], beta[e > 0], bs + 4 * e, tc0 + 4 * e); });
+}
+
+void hor_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
+    const ptrdiff_t s = step;
+    for (int e = 0; e < 4; ++e) {
+        Zep32u all;
+        std::memcpy(&all, bs + 4 * e, 4);
+        if (all == 0) continue;
+        Zep8u* q0 = p + 4 * e * s;
+        __m128i c[8];
+        for (int k = 0; k < 8; ++k) c[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q0 + (k - 4) * s));
+        edge16(c, alpha[e > 0], beta[e > 0], bs + 4 * e, tc0 + 4 * e);
+        for (int k = 1; k < 7; ++k) _mm_storeu_si128(reinterpret_cast<__m128i*>(q0 + (k - 4) * s), c[k]);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // SSSE3 kernels of the H.264 luma deblocking: eight lines at a time in 16-bit
-// lanes (a half edge: two segments), for 8-bit and up to 12-bit samples. The
-// 8-bit vertical edges transpose the whole macroblock once.
+// lanes (a half edge: two segments) for up to 12-bit samples; the 8-bit
+// kernels of deblock_simd.h.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -21,13 +21,6 @@ inline __m128i load8(const Zep8u* p) {
 inline void store8(Zep8u* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v)); }
 inline __m128i load8(const Zep16u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline void store8(Zep16u* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-
-// Lanes a a a a b b b b: the values of two segments over their eight lines.
-inline __m128i seg_lanes(int a, int b) {
-    __m128i v = _mm_cvtsi32_si128(a | (b << 16));
-    v = _mm_unpacklo_epi16(v, v);
-    return _mm_unpacklo_epi32(v, v);
-}
 
 template <class T, bool Vertical>
 void luma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zep8u* bs, int maxVal) {
@@ -60,47 +53,6 @@ void luma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, con
     }
 }
 
-// One edge of 16 lines held as bytes c[0..7] = p3..q3. Edges with only the
-// normal filter and the standard's small tC0 stay in byte lanes; others run
-// in two halves of eight 16-bit lanes, and a half whose two segments have
-// bS 0 is left alone.
-inline void edge16(__m128i* c, int alpha, int beta, const Zep8u* bs4, const Zep8u* tc4) {
-    if (needs(bs4, 4) == 1 && std::max({tc4[0], tc4[1], tc4[2], tc4[3]}) <= kByteTc0Max) {
-        normal_filter_u8(c, alpha, beta, seg_bytes(bs4), seg_bytes(tc4));
-        return;
-    }
-    const EdgeParams<V> ep = edge_params<V>(alpha, beta, 255);
-    const __m128i z = _mm_setzero_si128();
-    __m128i lo[8], hi[8];
-    for (int k = 0; k < 8; ++k) {
-        lo[k] = _mm_unpacklo_epi8(c[k], z);
-        hi[k] = _mm_unpackhi_epi8(c[k], z);
-    }
-    if (const int need = needs(bs4, 2))
-        filter_lines<V>(lo, ep, seg_lanes(bs4[0], bs4[1]), seg_lanes(tc4[0], tc4[1]), need & 1, need & 2);
-    if (const int need = needs(bs4 + 2, 2))
-        filter_lines<V>(hi, ep, seg_lanes(bs4[2], bs4[3]), seg_lanes(tc4[2], tc4[3]), need & 1, need & 2);
-    for (int k = 1; k < 7; ++k) c[k] = _mm_packus_epi16(lo[k], hi[k]);
-}
-
-void ver_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
-    ver_edges_8u(p, step, bs, [&](__m128i* c, int e) { edge16(c, alpha[e > 0], beta[e > 0], bs + 4 * e, tc0 + 4 * e); });
-}
-
-void hor_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
-    const ptrdiff_t s = step;
-    for (int e = 0; e < 4; ++e) {
-        Zep32u all;
-        std::memcpy(&all, bs + 4 * e, 4);
-        if (all == 0) continue;
-        Zep8u* q0 = p + 4 * e * s;
-        __m128i c[8];
-        for (int k = 0; k < 8; ++k) c[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q0 + (k - 4) * s));
-        edge16(c, alpha[e > 0], beta[e > 0], bs + 4 * e, tc0 + 4 * e);
-        for (int k = 1; k < 7; ++k) _mm_storeu_si128(reinterpret_cast<__m128i*>(q0 + (k - 4) * s), c[k]);
-    }
-}
-
 template <bool Vertical>
 void luma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0, const Zep8u* bs,
               int maxVal) {
@@ -110,7 +62,7 @@ void luma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, c
 }  // namespace
 
 void deblock_install_ssse3(DeblockDsp& t) {
-    t.luma8[0] = ver_8u;
+    t.luma8[0] = ver_8u;  // from deblock_simd.h, built here with SSSE3
     t.luma8[1] = hor_8u;
     t.luma16[0] = luma_16u<true>;
     t.luma16[1] = luma_16u<false>;
