@@ -3,6 +3,7 @@
 // each including translation unit is built for a different instruction set.
 #pragma once
 
+#include <cstddef>
 #include <utility>
 
 #include "block/metrics_dsp.h"
@@ -13,7 +14,7 @@ namespace {
 
 template <class T>
 inline const T* step_ptr(const T* p, Zep32s step, int rows) {
-    return reinterpret_cast<const T*>(reinterpret_cast<const Zep8u*>(p) + static_cast<ptrdiff_t>(step) * rows);
+    return reinterpret_cast<const T*>(reinterpret_cast<const Zep8u*>(p) + static_cast<std::ptrdiff_t>(step) * rows);
 }
 
 // Window loaders: window<Off, Bytes>(row) returns row[Off .. Off + Bytes - 1]

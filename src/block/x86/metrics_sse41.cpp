@@ -19,7 +19,8 @@ struct Sse41Run {
         for (int y = 0; y < H; ++y, s += ss, r += rs) {
             const __m128i sv = AnyRows::window<0, W>(s);
             if constexpr (W == 4) {
-                acc = _mm_add_epi16(acc, _mm_mpsadbw_epu8(Rows::template window<0, 11>(r), sv, 0));
+                const __m128i w = Rows::template window<0, 11>(r);
+                acc = _mm_add_epi16(acc, _mm_mpsadbw_epu8(w, sv, 0));
             } else {
                 unroll<W / 8>([&]<int P>() {
                     const __m128i w = Rows::template window<8 * P, 15>(r);

@@ -382,7 +382,7 @@ void sub_sad8x8(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep16s* d,
     __m128i acc = _mm_setzero_si128();
     for (int y = 0; y < 8; ++y, s += ss, r += rs) {
         __m128i a = load8(s), b = load8(r);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(reinterpret_cast<Zep8u*>(d) + static_cast<ptrdiff_t>(ds) * y),
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(reinterpret_cast<Zep8u*>(d) + static_cast<std::ptrdiff_t>(ds) * y),
                          widen_diff(a, b));
         acc = _mm_add_epi32(acc, _mm_sad_epu8(a, b));
     }
