@@ -162,19 +162,38 @@ ZEPVC_API ZepStatus zepiSAD4x4xNI_8u16u_C1R(const Zep8u* pSrc, Zep32s srcStep, c
 }
 
 // ---- SATD
-#define ZEP_SATD_ENTRY(name, member)                                                                                \
-    ZEPVC_API ZepStatus name(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pSATD) { \
-        return sad_fixed(metrics_dsp().member, pSrc, srcStep, pRef, refStep, pSATD);                                \
-    }
-ZEP_SATD_ENTRY(zepiSATD16x16_8u32s_C1R, satd16x16)
-ZEP_SATD_ENTRY(zepiSATD16x8_8u32s_C1R, satd16x8)
-ZEP_SATD_ENTRY(zepiSATD8x16_8u32s_C1R, satd8x16)
-ZEP_SATD_ENTRY(zepiSATD8x8_8u32s_C1R, satd8x8)
-ZEP_SATD_ENTRY(zepiSATD8x4_8u32s_C1R, satd8x4)
-ZEP_SATD_ENTRY(zepiSATD4x8_8u32s_C1R, satd4x8)
-ZEP_SATD_ENTRY(zepiSATD4x4_8u32s_C1R, satd4x4)
-ZEP_SATD_ENTRY(zepiSAT8x8D_8u32s_C1R, sat8x8d)
-#undef ZEP_SATD_ENTRY
+ZEPVC_API ZepStatus zepiSATD16x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                            Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd16x16, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                           Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd16x8, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                           Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd8x16, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                          Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd8x8, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD8x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                          Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd8x4, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                          Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd4x8, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSATD4x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                          Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().satd4x4, pSrc, srcStep, pRef, refStep, pSATD);
+}
+ZEPVC_API ZepStatus zepiSAT8x8D_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                          Zep32s* pSATD) {
+    return sad_fixed(metrics_dsp().sat8x8d, pSrc, srcStep, pRef, refStep, pSATD);
+}
 
 ZEPVC_API ZepStatus zepiSAT8x8D_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                            Zep32s* pSATD) {

@@ -16,13 +16,13 @@ void fill_run(RunTable<Fn>& t, Fn f) {
 
 void metrics_init(MetricsDsp& t, Isa level) {
     using namespace ref;
-    fill_modes(t.sad16x16, []<int M> { return sad_8u<16, 16, M>; });
-    fill_modes(t.sad16x8, []<int M> { return sad_8u<16, 8, M>; });
-    fill_modes(t.sad8x8, []<int M> { return sad_8u<8, 8, M>; });
-    t.sad8x16 = sad_8u<8, 16, 0>;
-    t.sad8x4 = sad_8u<8, 4, 0>;
-    t.sad4x8 = sad_8u<4, 8, 0>;
-    t.sad4x4 = sad_8u<4, 4, 0>;
+    fill_modes(t.sad16x16, []<int M> { return sad_kernel<16, 16, M, Zep8u>; });
+    fill_modes(t.sad16x8, []<int M> { return sad_kernel<16, 8, M, Zep8u>; });
+    fill_modes(t.sad8x8, []<int M> { return sad_kernel<8, 8, M, Zep8u>; });
+    t.sad8x16 = sad_kernel<8, 16, 0, Zep8u>;
+    t.sad8x4 = sad_kernel<8, 4, 0, Zep8u>;
+    t.sad4x8 = sad_kernel<4, 8, 0, Zep8u>;
+    t.sad4x4 = sad_kernel<4, 4, 0, Zep8u>;
     fill_modes(t.sad16x16_16u, []<int M> { return sad_kernel<16, 16, M, Zep16u>; });
     fill_modes(t.sad8x8_16u, []<int M> { return sad_kernel<8, 8, M, Zep16u>; });
     fill_modes(t.sad4x4_16u, []<int M> { return sad_kernel<4, 4, M, Zep16u>; });

@@ -62,12 +62,6 @@ void sad_kernel(const T* src, Zep32s srcStep, const T* refp, Zep32s refStep, Zep
     *out = sad<W, H, Mode, T>(src, srcStep, refp, refStep);
 }
 
-// Kept for the kernel table's 8-bit SAD signature.
-template <int W, int H, int Mode>
-void sad_8u(const Zep8u* src, Zep32s srcStep, const Zep8u* refp, Zep32s refStep, Zep32s* out) {
-    *out = sad<W, H, Mode>(src, srcStep, refp, refStep);
-}
-
 // Two interleaved channels, 8x8 each; the right neighbour is the next sample
 // of the same channel.
 template <int Mode>
