@@ -10,7 +10,7 @@
 
 // The test-side CAVLC writer (built from the same code descriptions) makes the
 // benchmark streams.
-#include "../tests/harness/cavlc_writer.cpp"
+#include "harness/cavlc_writer.h"
 
 namespace {
 
