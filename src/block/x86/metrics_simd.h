@@ -127,11 +127,17 @@ void install_run(Table& t) {
     install_run<Level, W, H>(t, std::make_integer_sequence<int, 16>{});
 }
 
+// Lambdas of unrolled loops must be inlined: an out-of-line copy would keep
+// the caller's accumulators in memory.
+#define ZEP_INLINE_LAMBDA __attribute__((always_inline))
+
 // Calls f.operator()<K>() for K = 0 .. N-1 (unrolled at compile time).
 template <int N, class F>
-inline void unroll(F&& f) {
-    [&]<int... K>(std::integer_sequence<int, K...>) { (f.template operator()<K>(), ...); }
-    (std::make_integer_sequence<int, N>{});
+[[gnu::always_inline]] inline void unroll(F&& f) {
+    auto each = [&]<int... K>(std::integer_sequence<int, K...>) ZEP_INLINE_LAMBDA {
+        (f.template operator()<K>(), ...);
+    };
+    each(std::make_integer_sequence<int, N>{});
 }
 
 inline Zep32s hsum_epi32(__m128i v) {

@@ -22,7 +22,7 @@ struct Sse41Run {
                 const __m128i w = Rows::template window<0, 11>(r);
                 acc = _mm_add_epi16(acc, _mm_mpsadbw_epu8(w, sv, 0));
             } else {
-                unroll<W / 8>([&]<int P>() {
+                unroll<W / 8>([&]<int P>() ZEP_INLINE_LAMBDA {
                     const __m128i w = Rows::template window<8 * P, 15>(r);
                     acc = _mm_add_epi16(acc, _mm_mpsadbw_epu8(w, sv, 2 * P));
                     acc = _mm_add_epi16(acc, _mm_mpsadbw_epu8(w, sv, (2 * P + 1) | 4));

@@ -193,7 +193,7 @@ struct Ssse3Run {
         __m128i acc0 = _mm_setzero_si128(), acc1 = acc0;
         for (int y = 0; y < H; y += R, s += R * ss, r += R * rs) {
             const __m128i sv = src_rows<W>(s, ss);
-            unroll<8>([&]<int K>() {
+            unroll<8>([&]<int K>() ZEP_INLINE_LAMBDA {
                 __m128i v =
                     _mm_sad_epu8(sv, pack_rows<W>([&](int i) { return Rows::template window<K, W>(r + i * rs); }));
                 if constexpr (K % 4) v = _mm_slli_epi64(v, 16 * (K % 4));
