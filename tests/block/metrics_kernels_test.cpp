@@ -39,6 +39,16 @@ Pattern ref_pattern(Pattern pat, Rng& rng) {
     return pat == Pattern::Zero ? Pattern::Max : Pattern::Random;
 }
 
+// Picture::random's geometry, with the step negated (bottom-up rows) one
+// time in four.
+template <class T>
+Picture<T> any_picture(Rng& rng, int w, int h, int border) {
+    Picture<T> p = Picture<T>::random(rng, w, h, border);
+    if (rng.range(0, 3)) return p;
+    const int mis = static_cast<int>(reinterpret_cast<uintptr_t>(p.data()) & 63);
+    return Picture<T>(w, h, -p.step(), mis, border);
+}
+
 template <class T>
 std::string describe(const Picture<T>& src, const Picture<T>& refp) {
     return "src " + src.describe() + ", ref " + refp.describe() + "\nsrc:\n" + src.dump() + "ref:\n" + refp.dump();
@@ -58,8 +68,8 @@ void check_one_result(const std::vector<OneResult<T, Fn>>& cases, int64_t maxVal
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
         for (const auto& c : cases)
             for (int mode = 0; mode < c.modes; ++mode) {
-                auto src = Picture<T>::random(rng, c.w, c.h, 0);
-                auto refp = Picture<T>::random(rng, c.w, c.h, 1);
+                auto src = any_picture<T>(rng, c.w, c.h, 0);
+                auto refp = any_picture<T>(rng, c.w, c.h, 1);
                 src.fill(pat, rng, 0, maxValue);
                 refp.fill(ref_pattern(pat, rng), rng, 0, maxValue);
                 Zep32s e = -1, g = -2;
@@ -117,8 +127,8 @@ TEST(MetricsKernels, SixteenBitMetricsMatchReference) { check_one_result(sixteen
 TEST(MetricsKernels, InterleavedChannelsMatchReference) {
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
         for (int mode = 0; mode < 4; ++mode) {
-            auto src = Picture<Zep8u>::random(rng, 16, 8, 0);
-            auto refp = Picture<Zep8u>::random(rng, 16, 8, 2);
+            auto src = any_picture<Zep8u>(rng, 16, 8, 0);
+            auto refp = any_picture<Zep8u>(rng, 16, 8, 2);
             src.fill(pat, rng, 0, 255);
             refp.fill(ref_pattern(pat, rng), rng, 0, 255);
             Zep32s e[2] = {-1, -1}, g[2] = {-2, -2};
@@ -133,8 +143,8 @@ TEST(MetricsKernels, InterleavedChannelsMatchReference) {
 template <class T, class Out, class Fn>
 void check_blocks(Fn MetricsDsp::*member, int n, int64_t maxValue, const char* name) {
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
-        auto src = Picture<T>::random(rng, 16, 16, 0);
-        auto refp = Picture<T>::random(rng, 16, 16, 0);
+        auto src = any_picture<T>(rng, 16, 16, 0);
+        auto refp = any_picture<T>(rng, 16, 16, 0);
         src.fill(pat, rng, 0, maxValue);
         refp.fill(ref_pattern(pat, rng), rng, 0, maxValue);
         std::vector<Out> e(n, 1), g(n, 2);
@@ -153,9 +163,9 @@ TEST(MetricsKernels, SubBlockSadsMatchReference) {
 
 TEST(MetricsKernels, BidirectionalSqrDiffMatchesReference) {
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
-        auto src = Picture<Zep8u>::random(rng, 16, 16, 0);
-        auto f = Picture<Zep8u>::random(rng, 16, 16, 1);
-        auto b = Picture<Zep8u>::random(rng, 16, 16, 1);
+        auto src = any_picture<Zep8u>(rng, 16, 16, 0);
+        auto f = any_picture<Zep8u>(rng, 16, 16, 1);
+        auto b = any_picture<Zep8u>(rng, 16, 16, 1);
         src.fill(pat, rng, 0, 255);
         f.fill(ref_pattern(pat, rng), rng, 0, 255);
         b.fill(Pattern::Random, rng, 0, 255);
@@ -174,8 +184,8 @@ TEST(MetricsKernels, BidirectionalSqrDiffMatchesReference) {
 
 TEST(MetricsKernels, SubSadMatchesReference) {
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
-        auto src = Picture<Zep8u>::random(rng, 8, 8, 0);
-        auto refp = Picture<Zep8u>::random(rng, 8, 8, 0);
+        auto src = any_picture<Zep8u>(rng, 8, 8, 0);
+        auto refp = any_picture<Zep8u>(rng, 8, 8, 0);
         src.fill(pat, rng, 0, 255);
         refp.fill(ref_pattern(pat, rng), rng, 0, 255);
         const int dstStep = 16 + 2 * rng.range(0, 12);
@@ -193,7 +203,7 @@ template <class T>
 void check_frame_field(zep::FrameField8uFn MetricsDsp::*m8, zep::FrameField16sFn MetricsDsp::*m16, int64_t lo,
                        int64_t hi) {
     for_levels([&](const MetricsDsp& k, Isa level, Pattern pat, Rng& rng) {
-        auto src = Picture<T>::random(rng, 16, 16, 0);
+        auto src = any_picture<T>(rng, 16, 16, 0);
         src.fill(pat, rng, lo, hi);
         Zep32s e[2] = {-1, -1}, g[2] = {-2, -2};
         if constexpr (sizeof(T) == 1) {
@@ -236,9 +246,9 @@ TEST(MetricsKernels, CandidateRunsMatchReference) {
             const int width = c.w + count - 1;
             const int mis = rng.range(0, 15);
             const bool aligned = rng.coin();
-            auto src = Picture<Zep8u>::random(rng, c.w, c.h, 0);
+            auto src = any_picture<Zep8u>(rng, c.w, c.h, 0);
             auto refp = aligned ? Picture<Zep8u>(width, c.h, ((width + 15) & ~15) + 16 * rng.range(0, 2), mis, 0)
-                                : Picture<Zep8u>::random(rng, width, c.h, 0);
+                                : any_picture<Zep8u>(rng, width, c.h, 0);
             src.fill(pat, rng, 0, 255);
             refp.fill(ref_pattern(pat, rng), rng, 0, 255);
             alignas(16) Zep16u e[64 + 8], g[64 + 8];
