@@ -1,7 +1,7 @@
 // AVX2 kernels of the VC-1 family: the 8-wide transforms run their full-width
 // 1-D passes as 256-bit multiply-adds (both halves of a row at once), and
-// range mapping takes 32 samples per step. Quantisers and smoothing work on one
-// 8-sample row at a time and keep their SSSE3 kernels.
+// range mapping takes 32 samples per step. Quantisers, smoothing and the
+// Hadamard cost work on one 8-sample row at a time and keep their SSSE3 kernels.
 #include "vc1/vc1_dsp.h"
 #include "vc1/x86/vc1_pixel_x86.h"
 #include "vc1/x86/vc1_xform_x86.h"
