@@ -1,5 +1,5 @@
 // VC-1 quantisers: every doubleQuant of the forward rules over all 16-bit
-// inputs against truncating division (with the documented low multipliers),
+// inputs against truncating division (with the five low multipliers kept),
 // every kernel level against the reference, the inverse extents, and the
 // entry points' check order.
 #include <cstdlib>

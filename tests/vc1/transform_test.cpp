@@ -144,7 +144,7 @@ TEST(Vc1TransformRef, InverseMatchesMatrixComputation) {
 }
 
 // Residuals within +-255 (the forward transform's real input) and the bounds
-// documented as exact: no 32-bit wrap there, so the 64-bit matrix product is
+// the public header states as exact: no 32-bit wrap there, so the 64-bit matrix product is
 // the oracle.
 TEST(Vc1TransformRef, ForwardMatchesMatrixComputation) {
     const Vc1Dsp ref = zep::build_table(zep::vc1_init, Isa::Ref);
