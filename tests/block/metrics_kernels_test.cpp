@@ -286,6 +286,19 @@ TEST(MetricsKernels, RunTablePicksByAlignment) {
     EXPECT_EQ(t.pick(pic, 32, out + 1), t.general);
 }
 
+// The SSSE3 baseline replaces every reference kernel: the table is nothing
+// but kernel pointers, so compare it slot by slot.
+TEST(MetricsKernels, BaselineLevelReplacesEveryReferenceKernel) {
+    if (zep::cpu_max_isa() < Isa::SSSE3) GTEST_SKIP() << "no SSSE3";
+    static_assert(sizeof(MetricsDsp) % sizeof(void*) == 0);
+    const MetricsDsp base = zep::build_table(zep::metrics_init, Isa::SSSE3);
+    void* r[sizeof(MetricsDsp) / sizeof(void*)];
+    void* b[sizeof(MetricsDsp) / sizeof(void*)];
+    std::memcpy(r, &ref_table(), sizeof r);
+    std::memcpy(b, &base, sizeof b);
+    for (size_t i = 0; i < std::size(r); ++i) EXPECT_NE(r[i], b[i]) << "slot " << i << " still holds the reference";
+}
+
 // ---------------------------------------------------------------- reads stay inside the block
 // Readable memory between two inaccessible pages: a kernel that reads one
 // byte before or after what its block needs crashes the test.
