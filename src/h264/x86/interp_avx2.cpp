@@ -110,7 +110,9 @@ void luma16w_centre(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep
     auto odd = [](__m256i a, __m256i b) { return _mm256_permute2x128_si256(a, b, 0x21); };
     Sums p0 = hsum2(src - 2 * s, s), p2 = hsum2(src, s), p4 = hsum2(src + 2 * s, s);
     for (int y = 0; y < height; y += 2, src += 2 * s, dst += 2 * ds) {
-        const Sums p6 = hsum2(src + 4 * s, s);
+        // The pair's second row (y + 5) serves the next two rows only; the
+        // last pair repeats row y + 4 instead of reading past the reach.
+        const Sums p6 = hsum2(src + 4 * s, y + 2 < height ? s : 0);
         const __m256i jlo = jtap(p0.lo, odd(p0.lo, p2.lo), p2.lo, odd(p2.lo, p4.lo), p4.lo, odd(p4.lo, p6.lo));
         const __m256i jhi = jtap(p0.hi, odd(p0.hi, p2.hi), p2.hi, odd(p2.hi, p4.hi), p4.hi, odd(p4.hi, p6.hi));
         __m256i r = _mm256_packus_epi16(jlo, jhi);

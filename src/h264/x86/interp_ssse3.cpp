@@ -123,7 +123,8 @@ inline __m128i jtap32(__m128i t0, __m128i t1, __m128i t2, __m128i t3, __m128i t4
     return _mm_srai_epi32(_mm_add_epi32(r, _mm_set1_epi32(512)), 10);
 }
 
-// Four-column chunks; samples must fit 15 bits (pmaddwd takes them signed).
+// Four-column chunks; samples of up to 14 bits (pmaddwd takes them signed,
+// and the centre sums are narrowed to 16 bits before the clamp).
 template <int W, int DX, int DY>
 void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal) {
     const ptrdiff_t ss = srcStep, ds = dstStep;
