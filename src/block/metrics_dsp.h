@@ -67,7 +67,8 @@ void metrics_init(MetricsDsp& t, Isa level);
 
 // The table the entry points use, built once at load time. Read directly so an
 // entry point costs one load and one indirect call.
-extern const MetricsDsp g_metrics_active;
+// Hidden, so position-independent code reaches it without a GOT load.
+extern const MetricsDsp g_metrics_active __attribute__((visibility("hidden")));
 inline const MetricsDsp& metrics_dsp() { return g_metrics_active; }
 
 // Fills the four half-sample modes of one kernel template:
