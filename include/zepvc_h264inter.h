@@ -36,7 +36,7 @@ typedef struct ZepInterpolationParams16u {
 } ZepInterpolationParams16u;
 
 /* Parameters of the high-bit-depth luma deblocking. The step counts samples.
- * bitDepth below 1 clamps to 0, above 16 acts as 16. */
+ * bitDepth below 0 acts as 0, above 16 as 16. */
 typedef struct ZepDeblockParams16u {
     Zep16u* pSrcDst; /* macroblock's top-left sample */
     Zep32s srcDstStep; /* in samples */
