@@ -55,6 +55,9 @@ TEST(KernelReach, InterpolationReadsOnlyTheFilterReach) {
                     Fenced src16(2 * static_cast<size_t>(step) * (h + 5), back), dst16(2 * static_cast<size_t>(w) * h, back);
                     for (int i = 0; i < step * (h + 5); ++i) src16.data<Zep16u>()[i] &= 1023;
                     t.luma16[cls][pos](src16.data<Zep16u>() + 2 * step + 2, step, dst16.data<Zep16u>(), w, h, 1023);
+                    // No rows (a height of 0 or a negative multiple of 4 passes the checks): nothing at all.
+                    Fenced none(0, back);
+                    for (int rows : {0, -4}) t.luma8[cls][pos](none.data(), 64, none.data(), 64, rows);
                 }
     }
 }

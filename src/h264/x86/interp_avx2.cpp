@@ -108,6 +108,7 @@ template <int DX, int DY>
 void luma16w_centre(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int height) {
     const ptrdiff_t s = srcStep, ds = dstStep;
     auto odd = [](__m256i a, __m256i b) { return _mm256_permute2x128_si256(a, b, 0x21); };
+    if (height <= 0) return;  // the window below is primed before the first row
     Sums p0 = hsum2(src - 2 * s, s), p2 = hsum2(src, s), p4 = hsum2(src + 2 * s, s);
     for (int y = 0; y < height; y += 2, src += 2 * s, dst += 2 * ds) {
         // The pair's second row (y + 5) serves the next two rows only; the
@@ -173,6 +174,7 @@ void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int 
     const ptrdiff_t ss = srcStep, ds = dstStep;
     const __m256i maxv = _mm256_set1_epi32(maxVal);
     constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
+    if (height <= 0) return;
     for (int c = 0; c < W; c += 8) {
         const Zep16u* s = src + c;
         Zep16u* d = dst + c;

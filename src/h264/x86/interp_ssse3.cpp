@@ -63,6 +63,7 @@ template <int W, int DX, int DY>
 void luma8_centre(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int height) {
     constexpr int CW = W == 4 ? 4 : 8;
     const ptrdiff_t ss = srcStep;
+    if (height <= 0) return;  // the window below is primed before the first row
     for (int c = 0; c < W; c += CW) {
         const Zep8u* s = src + c;
         Zep8u* d = dst + c;
@@ -130,6 +131,7 @@ void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int 
     const ptrdiff_t ss = srcStep, ds = dstStep;
     const __m128i maxv = _mm_set1_epi16(static_cast<short>(maxVal));
     constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
+    if (height <= 0) return;
     for (int c = 0; c < W; c += 4) {
         const Zep16u* s = src + c;
         Zep16u* d = dst + c;
