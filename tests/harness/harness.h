@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "frame/cpu.h"
+#include "zepvc_types.h"
 
 namespace zt {
 
@@ -64,6 +65,22 @@ public:
         if (step_ < 0) base += static_cast<size_t>(absStep) * (rows_ - 1);
         data_ = reinterpret_cast<T*>(base);
     }
+    // Copies are deep: the copy's samples live in its own buffer, at the same
+    // offset (so the same alignment and step).
+    Picture(const Picture& o) : width_(o.width_), height_(o.height_), rows_(o.rows_), step_(o.step_), mem_(o.mem_) {
+        rebase(o);
+    }
+    Picture& operator=(const Picture& o) {
+        if (this != &o) {
+            width_ = o.width_, height_ = o.height_, rows_ = o.rows_, step_ = o.step_;
+            mem_ = o.mem_;
+            rebase(o);
+        }
+        return *this;
+    }
+    Picture(Picture&&) noexcept = default;  // a moved vector keeps its buffer
+    Picture& operator=(Picture&&) noexcept = default;
+
     // Random geometry: misalignment 0..15 (0 half the time), step of the row
     // plus 0..3 times 16 bytes plus an odd extra a third of the time.
     static Picture random(Rng& rng, int width, int height, int border = 1) {
@@ -110,6 +127,16 @@ public:
 
 private:
     int border() const { return rows_ - height_; }
+    static uint8_t* align64(uint8_t* p) { return p + ((64 - (reinterpret_cast<uintptr_t>(p) & 63)) & 63); }
+    // Moves the copied bytes so that the samples sit at the original's offset
+    // from a 64-byte boundary (the buffer has 64 spare bytes for this).
+    void rebase(const Picture& o) {
+        uint8_t* oBase = align64(const_cast<uint8_t*>(o.mem_.data()));
+        uint8_t* nBase = align64(mem_.data());
+        const size_t used = o.mem_.size() - 64;
+        std::memcpy(nBase, oBase, used);
+        data_ = reinterpret_cast<T*>(nBase + (reinterpret_cast<const uint8_t*>(o.data_) - oBase));
+    }
     int width_, height_, rows_, step_;
     std::vector<uint8_t> mem_;
     T* data_ = nullptr;
