@@ -1,6 +1,6 @@
-// SSSE3 kernels of the H.264 luma deblocking: eight lines at a time in 16-bit
-// lanes (a half edge: two segments) for up to 12-bit samples; the 8-bit
-// kernels of deblock_simd.h.
+// SSSE3 kernels of the H.264 luma deblocking: for up to 12-bit samples eight
+// lines at a time in 16-bit lanes (a half edge: two segments, skipped when
+// both have bS 0); the 8-bit kernels of deblock_simd.h built with SSSE3.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -14,16 +14,13 @@ namespace {
 using namespace deblock_x86;
 using V = V128;
 
-// Eight samples of a row as 16-bit lanes, and back.
-inline __m128i load8(const Zep8u* p) {
-    return _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
-}
-inline void store8(Zep8u* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(v, v)); }
 inline __m128i load8(const Zep16u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline void store8(Zep16u* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
-template <class T, bool Vertical>
-void luma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zep8u* bs, int maxVal) {
+template <bool Vertical>
+void luma_16u(Zep16u* p, Zep32s stepSamples, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0,
+              const Zep8u* bs, int maxVal) {
+    const ptrdiff_t step = stepSamples;
     for (int e = 0; e < 4; ++e) {
         const Zep8u* b = bs + 4 * e;
         Zep32u all;
@@ -37,26 +34,20 @@ void luma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, con
             const __m128i tcv = seg_lanes(std::min<int>(tc0[4 * e + 2 * h], 8191), std::min<int>(tc0[4 * e + 2 * h + 1], 8191));
             __m128i s[8];
             if constexpr (Vertical) {
-                T* base = p + 4 * e - 4 + 8 * h * step;
+                Zep16u* base = p + 4 * e - 4 + 8 * h * step;
                 for (int i = 0; i < 8; ++i) s[i] = load8(base + i * step);
                 transpose8x8_16(s);
                 filter_lines<V>(s, ep, bsv, tcv, need & 1, need & 2);
                 transpose8x8_16(s);
                 for (int i = 0; i < 8; ++i) store8(base + i * step, s[i]);
             } else {
-                T* q0 = p + 4 * e * step + 8 * h;
+                Zep16u* q0 = p + 4 * e * step + 8 * h;
                 for (int k = 0; k < 8; ++k) s[k] = load8(q0 + (k - 4) * step);
                 filter_lines<V>(s, ep, bsv, tcv, need & 1, need & 2);
                 for (int k = 1; k < 7; ++k) store8(q0 + (k - 4) * step, s[k]);
             }
         }
     }
-}
-
-template <bool Vertical>
-void luma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0, const Zep8u* bs,
-              int maxVal) {
-    luma<Zep16u, Vertical>(p, step, alpha, beta, tc0, bs, maxVal);
 }
 
 }  // namespace
