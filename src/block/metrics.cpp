@@ -7,23 +7,25 @@ using namespace zep;
 
 namespace {
 
-// Shared tail of the fixed-size 8-bit metrics taking a half-sample mode.
-[[gnu::always_inline]] inline ZepStatus sad_modes(const SadFn (&t)[4], const Zep8u* pSrc, Zep32s srcStep,
-                                                  const Zep8u* pRef, Zep32s refStep, Zep32s* pOut, Zep32s mcType) {
+// Shared bodies of the fixed-size metrics (SAD, SSD, SATD): pointer checks,
+// then one kernel, picked by half-sample mode where there is one.
+[[gnu::always_inline]] inline ZepStatus metric_modes(const SadFn (&t)[4], const Zep8u* pSrc, Zep32s srcStep,
+                                                     const Zep8u* pRef, Zep32s refStep, Zep32s* pOut, Zep32s mcType) {
     ZEP_CHECK_PTRS(pSrc, pRef, pOut);
     t[hp_index(mcType)](pSrc, srcStep, pRef, refStep, pOut);
     return zepStatusOk;
 }
 
-[[gnu::always_inline]] inline ZepStatus sad_fixed(SadFn f, const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef,
-                                                  Zep32s refStep, Zep32s* pOut) {
+[[gnu::always_inline]] inline ZepStatus metric_fixed(SadFn f, const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef,
+                                                     Zep32s refStep, Zep32s* pOut) {
     ZEP_CHECK_PTRS(pSrc, pRef, pOut);
     f(pSrc, srcStep, pRef, refStep, pOut);
     return zepStatusOk;
 }
 
-[[gnu::always_inline]] inline ZepStatus sad_modes_16u(const Sad16uFn (&t)[4], const Zep16u* pSrc, Zep32s srcStep,
-                                                      const Zep16u* pRef, Zep32s refStep, Zep32s* pSAD, Zep32s mcType) {
+[[gnu::always_inline]] inline ZepStatus metric_modes_16u(const Sad16uFn (&t)[4], const Zep16u* pSrc, Zep32s srcStep,
+                                                         const Zep16u* pRef, Zep32s refStep, Zep32s* pSAD,
+                                                         Zep32s mcType) {
     ZEP_CHECK_PTRS(pSrc, pRef, pSAD);
     t[hp_index(mcType)](pSrc, srcStep, pRef, refStep, pSAD);
     return zepStatusOk;
@@ -53,47 +55,47 @@ extern "C" {
 // ---- SAD, 8-bit, with half-sample modes
 ZEPVC_API ZepStatus zepiSAD16x16_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                        Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes(metrics_dsp().sad16x16, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes(metrics_dsp().sad16x16, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 ZEPVC_API ZepStatus zepiSAD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes(metrics_dsp().sad16x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes(metrics_dsp().sad16x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 ZEPVC_API ZepStatus zepiSAD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes(metrics_dsp().sad8x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes(metrics_dsp().sad8x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 
 // ---- SAD, 8-bit, integer position only (mcType accepted and ignored)
 ZEPVC_API ZepStatus zepiSAD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSAD, Zep32s) {
-    return sad_fixed(metrics_dsp().sad8x16, pSrc, srcStep, pRef, refStep, pSAD);
+    return metric_fixed(metrics_dsp().sad8x16, pSrc, srcStep, pRef, refStep, pSAD);
 }
 ZEPVC_API ZepStatus zepiSAD8x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep32s* pSAD, Zep32s) {
-    return sad_fixed(metrics_dsp().sad8x4, pSrc, srcStep, pRef, refStep, pSAD);
+    return metric_fixed(metrics_dsp().sad8x4, pSrc, srcStep, pRef, refStep, pSAD);
 }
 ZEPVC_API ZepStatus zepiSAD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep32s* pSAD, Zep32s) {
-    return sad_fixed(metrics_dsp().sad4x8, pSrc, srcStep, pRef, refStep, pSAD);
+    return metric_fixed(metrics_dsp().sad4x8, pSrc, srcStep, pRef, refStep, pSAD);
 }
 ZEPVC_API ZepStatus zepiSAD4x4_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pSAD,
                                      Zep32s) {
-    return sad_fixed(metrics_dsp().sad4x4, pSrc, srcStep, pRef, refStep, pSAD);
+    return metric_fixed(metrics_dsp().sad4x4, pSrc, srcStep, pRef, refStep, pSAD);
 }
 
 // ---- SAD, 16-bit samples
 ZEPVC_API ZepStatus zepiSAD16x16_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                             Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes_16u(metrics_dsp().sad16x16_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes_16u(metrics_dsp().sad16x16_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 ZEPVC_API ZepStatus zepiSAD8x8_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                           Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes_16u(metrics_dsp().sad8x8_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes_16u(metrics_dsp().sad8x8_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 ZEPVC_API ZepStatus zepiSAD4x4_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
                                           Zep32s* pSAD, Zep32s mcType) {
-    return sad_modes_16u(metrics_dsp().sad4x4_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
+    return metric_modes_16u(metrics_dsp().sad4x4_16u, pSrc, srcStep, pRef, refStep, pSAD, mcType);
 }
 
 // ---- SAD, two interleaved channels
@@ -164,35 +166,35 @@ ZEPVC_API ZepStatus zepiSAD4x4xNI_8u16u_C1R(const Zep8u* pSrc, Zep32s srcStep, c
 // ---- SATD
 ZEPVC_API ZepStatus zepiSATD16x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                             Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd16x16, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd16x16, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd16x8, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd16x8, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd8x16, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd8x16, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd8x8, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd8x8, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD8x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd8x4, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd8x4, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd4x8, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd4x8, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSATD4x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().satd4x4, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().satd4x4, pSrc, srcStep, pRef, refStep, pSATD);
 }
 ZEPVC_API ZepStatus zepiSAT8x8D_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
-    return sad_fixed(metrics_dsp().sat8x8d, pSrc, srcStep, pRef, refStep, pSATD);
+    return metric_fixed(metrics_dsp().sat8x8d, pSrc, srcStep, pRef, refStep, pSATD);
 }
 
 ZEPVC_API ZepStatus zepiSAT8x8D_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
@@ -205,11 +207,11 @@ ZEPVC_API ZepStatus zepiSAT8x8D_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, c
 // ---- Squared differences
 ZEPVC_API ZepStatus zepiSSD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep32s* pSSD, Zep32s mcType) {
-    return sad_modes(metrics_dsp().ssd8x8, pSrc, srcStep, pRef, refStep, pSSD, mcType);
+    return metric_modes(metrics_dsp().ssd8x8, pSrc, srcStep, pRef, refStep, pSSD, mcType);
 }
 ZEPVC_API ZepStatus zepiSSD4x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                          Zep32s* pSSD, Zep32s mcType) {
-    return sad_modes(metrics_dsp().ssd4x4, pSrc, srcStep, pRef, refStep, pSSD, mcType);
+    return metric_modes(metrics_dsp().ssd4x4, pSrc, srcStep, pRef, refStep, pSSD, mcType);
 }
 ZEPVC_API ZepStatus zepiSqrDiff16x16_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep32s mcType, Zep32s* pSqrDiff) {
