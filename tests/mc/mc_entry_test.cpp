@@ -164,23 +164,6 @@ TEST(McEntry, AccSelectsTheAxis) {
     }
 }
 
-// roundControl 1 on two samples is (a+b)>>1 for every pair: all 65536 pairs
-// through the vertical copy, sixteen at a time.
-TEST(McEntry, RoundDownPairsExhaustive) {
-    for (int rc = 0; rc < 2; ++rc)
-        for (int a = 0; a < 256; ++a)
-            for (int b0 = 0; b0 < 256; b0 += 16) {
-                Zep8u src[17 * 9] = {}, dst[16 * 8];
-                for (int x = 0; x < 16; ++x) {
-                    src[x] = static_cast<Zep8u>(a);
-                    src[17 + x] = static_cast<Zep8u>(b0 + x);
-                }
-                zepiCopy16x8HP_8u_C1R(src, 17, dst, 16, 2, rc);
-                for (int x = 0; x < 16; ++x)
-                    ASSERT_EQ(dst[x], (a + b0 + x + 1 - rc) >> 1) << a << "+" << b0 + x << " rc " << rc;
-            }
-}
-
 TEST(McEntry, PlainCopyAverageAndAdditions) {
     Rng rng(9);
     std::vector<Zep8u> a(16 * 16), b(16 * 16);

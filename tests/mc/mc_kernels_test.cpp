@@ -23,7 +23,7 @@ struct In {
           refB(Picture<Zep8u>::random(rng, w, h, 2)),
           cur(Picture<Zep8u>::random(rng, w, h, 0)),
           res(Picture<Zep16s>::random(rng, w, h, 0)),
-          resV(Picture<Zep16s>::random(rng, w, h, 0)) {
+          resV(w, h, res.step(), 2 * rng.range(0, 7), 0) {  // the planar chroma forms share one residual step
         refF.fill(pat, rng, 0, 255);
         refB.fill(rng.coin() ? pat : Pattern::Random, rng, 0, 255);
         cur.fill(rng.coin() ? pat : Pattern::Random, rng, 0, 255);
@@ -275,6 +275,31 @@ TEST(McKernels, DifferencesMatchReference) {
     sub("sub8x8", &McDsp::sub8x8, 8);
     sub("sub4x4", &McDsp::sub4x4, 4);
     run_cases(cases);
+}
+
+// Both roundings of every pair of samples, at every level (the round-down
+// byte average is the round-up one minus the odd bit): all 65536 pairs as the
+// vertical half sample of the 16- and 8-wide copies, sixteen or eight at a time.
+TEST(McKernels, PairAveragesExhaustive) {
+    for (Isa level : all_levels()) {
+        const McDsp t = zep::build_table(zep::mc_init, level);
+        for (int rnd = 0; rnd < 2; ++rnd)
+            for (int a = 0; a < 256; ++a)
+                for (int b0 = 0; b0 < 256; b0 += 16) {
+                    Zep8u src[17 * 9] = {}, d16[16 * 8], d8[8 * 4];
+                    for (int x = 0; x < 16; ++x) {
+                        src[x] = static_cast<Zep8u>(a);
+                        src[17 + x] = static_cast<Zep8u>(b0 + x);
+                    }
+                    t.copyHp16x8[2 * 2 + rnd](src, 17, d16, 16);
+                    t.copyHp8x4[2 * 2 + rnd](src + 8, 17, d8, 8);
+                    for (int x = 0; x < 16; ++x) {
+                        const int e = (a + b0 + x + 1 - rnd) >> 1;
+                        ASSERT_EQ(d16[x], e) << zep::isa_name(level) << " " << a << "+" << b0 + x << " rnd " << rnd;
+                        if (x >= 8) ASSERT_EQ(d8[x - 8], e) << zep::isa_name(level) << " 8 wide";
+                    }
+                }
+    }
 }
 
 // 16-bit samples: residual planes reinterpreted as 16u pictures, so the full
