@@ -296,7 +296,9 @@ TEST(McKernels, PairAveragesExhaustive) {
                     for (int x = 0; x < 16; ++x) {
                         const int e = (a + b0 + x + 1 - rnd) >> 1;
                         ASSERT_EQ(d16[x], e) << zep::isa_name(level) << " " << a << "+" << b0 + x << " rnd " << rnd;
-                        if (x >= 8) ASSERT_EQ(d8[x - 8], e) << zep::isa_name(level) << " 8 wide";
+                        if (x >= 8) {
+                            ASSERT_EQ(d8[x - 8], e) << zep::isa_name(level) << " 8 wide";
+                        }
                     }
                 }
     }
