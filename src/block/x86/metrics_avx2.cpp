@@ -81,6 +81,63 @@ void sad16x16_16u(const Zep16u* s, Zep32s ss, const Zep16u* r, Zep32s rs, Zep32s
     *out = hsum_epi32(acc) + 32768 * 256;
 }
 
+// ---------------------------------------------------------------- 16-bit rows of 16
+inline __m256i load_row16(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+
+// Pairwise sums of unsigned 16-bit lanes into 32-bit lanes, biased by -65536
+// each (see sum_pairs_epu16_biased).
+inline __m256i sum_pairs_epu16_biased(__m256i v) {
+    return _mm256_madd_epi16(_mm256_xor_si256(v, _mm256_set1_epi16(static_cast<short>(0x8000))), _mm256_set1_epi16(1));
+}
+
+inline __m256i absdiff_epu16(__m256i a, __m256i b) {
+    return _mm256_sub_epi16(_mm256_max_epu16(a, b), _mm256_min_epu16(a, b));
+}
+
+void blocks8x8_16u(const Zep16u* s, Zep32s ss, const Zep16u* r, Zep32s rs, Zep32u* out) {
+    __m256i half[2];  // rows 0-7, 8-15
+    for (__m256i& h : half) {
+        h = _mm256_setzero_si256();
+        for (int y = 0; y < 8; ++y, s = step_ptr(s, ss, 1), r = step_ptr(r, rs, 1))
+            h = _mm256_add_epi32(h, sum_pairs_epu16_biased(absdiff_epu16(load_row16(s), load_row16(r))));
+    }
+    // Per lane (left block low, right block high): [top, bottom, top, bottom].
+    __m256i v = _mm256_hadd_epi32(half[0], half[1]);
+    v = _mm256_hadd_epi32(v, v);
+    __m128i q = _mm_unpacklo_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_add_epi32(q, _mm_set1_epi32(64 * 32768)));
+}
+
+void blocks4x4_16u(const Zep16u* s, Zep32s ss, const Zep16u* r, Zep32s rs, Zep32u* out) {
+    for (int by = 0; by < 4; ++by) {
+        __m256i acc = _mm256_setzero_si256();
+        for (int y = 0; y < 4; ++y, s = step_ptr(s, ss, 1), r = step_ptr(r, rs, 1))
+            acc = _mm256_add_epi32(acc, sum_pairs_epu16_biased(absdiff_epu16(load_row16(s), load_row16(r))));
+        __m256i v = _mm256_hadd_epi32(acc, acc);  // per lane [g0, g1, g0, g1]
+        __m128i q = _mm_unpacklo_epi64(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 4 * by), _mm_add_epi32(q, _mm_set1_epi32(16 * 32768)));
+    }
+}
+
+// |a - b| of signed 16-bit lanes is max - min, exact as an unsigned value.
+inline __m256i absdiff_16s(__m256i a, __m256i b) {
+    return sum_pairs_epu16_biased(_mm256_sub_epi16(_mm256_max_epi16(a, b), _mm256_min_epi16(a, b)));
+}
+
+void frame_field_16s(const Zep16s* s, Zep32s ss, Zep32s* frame, Zep32s* field) {
+    __m256i r0 = load_row16(s), r1 = load_row16(step_ptr(s, ss, 1));
+    __m256i fr = absdiff_16s(r0, r1), fi = _mm256_setzero_si256();
+    for (int y = 2; y < 16; ++y) {
+        __m256i r2 = load_row16(step_ptr(s, ss, y));
+        fr = _mm256_add_epi32(fr, absdiff_16s(r1, r2));
+        fi = _mm256_add_epi32(fi, absdiff_16s(r0, r2));
+        r0 = r1;
+        r1 = r2;
+    }
+    *frame = hsum_epi32(fr) + 32768 * 16 * 15;
+    *field = hsum_epi32(fi) + 32768 * 16 * 14;
+}
+
 // ---------------------------------------------------------------- SATD
 // Four 4x4 blocks side by side (16 columns) or two pairs stacked (8 columns,
 // rows y in the low lane, y + 4 in the high lane); the same steps as the
@@ -180,6 +237,9 @@ void metrics_install_avx2(MetricsDsp& t) {
     fill_modes(t.sqrdiff16x16b[2], []<int M> { return sqrdiff_bi<2, M>; });
     fill_modes(t.sqrdiff16x16b[3], []<int M> { return sqrdiff_bi<3, M>; });
     fill_modes(t.sad16x16_16u, []<int M> { return sad16x16_16u<M>; });
+    t.blocks8x8_16u = blocks8x8_16u;
+    t.blocks4x4_16u = blocks4x4_16u;
+    t.framefield_16s = frame_field_16s;
     t.satd16x16 = satd<16, 16>;
     t.satd16x8 = satd<16, 8>;
     t.satd8x16 = satd<8, 16>;

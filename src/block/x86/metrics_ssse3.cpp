@@ -146,11 +146,13 @@ inline __m128i absdiff_row8_16u(const Zep16u* s, const Zep16u* r) {
 }
 
 void blocks8x8_16u(const Zep16u* s, Zep32s ss, const Zep16u* r, Zep32s rs, Zep32u* out) {
-    __m128i acc[4] = {};
-    for (int y = 0; y < 16; ++y, s = step_ptr(s, ss, 1), r = step_ptr(r, rs, 1)) {
-        const int b = (y >> 3) * 2;
-        acc[b] = _mm_add_epi32(acc[b], sum_pairs_epu16_biased(absdiff_row8_16u(s, r)));
-        acc[b + 1] = _mm_add_epi32(acc[b + 1], sum_pairs_epu16_biased(absdiff_row8_16u(s + 8, r + 8)));
+    __m128i acc[4];  // top left, top right, bottom left, bottom right
+    for (int b = 0; b < 4; b += 2) {
+        acc[b] = acc[b + 1] = _mm_setzero_si128();
+        for (int y = 0; y < 8; ++y, s = step_ptr(s, ss, 1), r = step_ptr(r, rs, 1)) {
+            acc[b] = _mm_add_epi32(acc[b], sum_pairs_epu16_biased(absdiff_row8_16u(s, r)));
+            acc[b + 1] = _mm_add_epi32(acc[b + 1], sum_pairs_epu16_biased(absdiff_row8_16u(s + 8, r + 8)));
+        }
     }
     __m128i v = _mm_hadd_epi32(_mm_hadd_epi32(acc[0], acc[1]), _mm_hadd_epi32(acc[2], acc[3]));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_add_epi32(v, _mm_set1_epi32(64 * 32768)));
