@@ -1,5 +1,6 @@
-// AVX2 kernel of the H.264 luma deblocking for 16-bit samples (up to 12
-// bits), horizontal edges: all 16 lines of an edge in one register.
+// AVX2 kernels of the H.264 luma deblocking for 16-bit samples (up to 12
+// bits), all 16 lines of an edge in one register; and the 8-bit kernels of
+// deblock_simd.h built with AVX2 encoding.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -24,9 +25,7 @@ inline __m256i seg_lanes16(int a, int b, int c, int d) {
     return _mm256_set_m128i(hi, lo);
 }
 
-// Horizontal edges: a row of 16 samples is one register. (Vertical edges
-// stay with the SSSE3 kernel: splicing two transposed halves into 256-bit
-// registers costs more than the wider filter saves.)
+// Horizontal edges: a row of 16 samples is one register.
 void hor_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0, const Zep8u* bs,
              int maxVal) {
     const ptrdiff_t s = step;
@@ -54,6 +53,7 @@ void deblock_install_avx2(DeblockDsp& t) {
     // AVX2 their three-operand forms save register copies.
     t.luma8[0] = ver_8u;
     t.luma8[1] = hor_8u;
+    t.luma16[0] = ver_16u;  // the eight-line form: 256-bit columns cost more splicing than they save
     t.luma16[1] = hor_16u;
 }
 

@@ -89,7 +89,7 @@ inline typename V::T blend(typename V::T m, typename V::T a, typename V::T b) {
 // s[0..7] = p3 p2 p1 p0 q0 q1 q2 q3, one line per lane; bs and tc0 per lane
 // (tc0 already at most 8191). `normal` / `strong`: some lane has bS 1..3 / 4.
 template <class V>
-inline void filter_lines(typename V::T (&s)[8], const EdgeParams<V>& e, typename V::T bs, typename V::T tc0,
+inline void filter_lines(typename V::T* s, const EdgeParams<V>& e, typename V::T bs, typename V::T tc0,
                          bool normal, bool strong) {
     using T = typename V::T;
     const T p3 = s[0], p2 = s[1], p1 = s[2], p0 = s[3], q0 = s[4], q1 = s[5], q2 = s[6], q3 = s[7];
@@ -297,6 +297,46 @@ inline __m128i seg_bytes(const Zep8u* v) {
     return _mm_shuffle_epi8(_mm_cvtsi32_si128(w), _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3));
 }
 
+// 16-bit vertical edges, eight lines (rows r0 .. r0 + 7) of the macroblock
+// at a time: three 8x8 transposes (columns -4..3, 4..11 and 8..15) give the
+// 20 columns -4..15, the four edges are filtered in turn on those, and the
+// blocks go back the same way (the last overlaps the second by four columns
+// holding the same values). Keeping the edges in registers avoids reloading
+// rows that the previous edge has just stored.
+inline void load_cols16(const Zep16u* r0, ptrdiff_t s, __m128i* col) {
+    __m128i a[8], b[8], c[8];
+    for (int i = 0; i < 8; ++i) {
+        a[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + i * s - 4));
+        b[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + i * s + 4));
+        c[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(r0 + i * s + 8));
+    }
+    transpose8x8_16(a);
+    transpose8x8_16(b);
+    transpose8x8_16(c);
+    for (int k = 0; k < 8; ++k) {
+        col[k] = a[k];
+        col[8 + k] = b[k];
+    }
+    for (int k = 4; k < 8; ++k) col[12 + k] = c[k];
+}
+
+inline void store_cols16(Zep16u* r0, ptrdiff_t s, const __m128i* col) {
+    __m128i a[8], b[8], c[8];
+    for (int k = 0; k < 8; ++k) {
+        a[k] = col[k];
+        b[k] = col[8 + k];
+        c[k] = col[12 + k];
+    }
+    transpose8x8_16(a);
+    transpose8x8_16(b);
+    transpose8x8_16(c);
+    for (int i = 0; i < 8; ++i) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(r0 + i * s - 4), a[i]);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(r0 + i * s + 4), b[i]);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(r0 + i * s + 8), c[i]);
+    }
+}
+
 // Which filters a group of segments needs: bit 0 some bS in 1..3, bit 1 some bS 4.
 inline int needs(const Zep8u* b, int n) {
     int f = 0;
@@ -349,6 +389,29 @@ void hor_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const 
         for (int k = 0; k < 8; ++k) c[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(q0 + (k - 4) * s));
         edge16(c, alpha[e > 0], beta[e > 0], bs + 4 * e, tc0 + 4 * e);
         for (int k = 1; k < 7; ++k) _mm_storeu_si128(reinterpret_cast<__m128i*>(q0 + (k - 4) * s), c[k]);
+    }
+}
+
+// Vertical edges: each half of the macroblock (eight rows) on its own, its
+// four edges in registers; a half edge whose two segments have bS 0 is skipped.
+void ver_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0, const Zep8u* bs,
+             int maxVal) {
+    const ptrdiff_t s = step;
+    for (int h = 0; h < 2; ++h) {
+        int need[4], any = 0;
+        for (int e = 0; e < 4; ++e) any |= need[e] = needs(bs + 4 * e + 2 * h, 2);
+        if (any == 0) continue;
+        Zep16u* r0 = p + 8 * h * s;
+        __m128i col[20];  // columns -4..15
+        load_cols16(r0, s, col);
+        for (int e = 0; e < 4; ++e) {
+            if (need[e] == 0) continue;
+            const int i = 4 * e + 2 * h;
+            filter_lines<V128>(col + 4 * e, edge_params<V128>(alpha[e > 0], beta[e > 0], maxVal), seg_lanes(bs[i], bs[i + 1]),
+                            seg_lanes(std::min<int>(tc0[i], 8191), std::min<int>(tc0[i + 1], 8191)), need[e] & 1,
+                            need[e] & 2);
+        }
+        store_cols16(r0, s, col);
     }
 }
 
