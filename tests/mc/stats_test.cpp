@@ -317,6 +317,11 @@ TEST(StatsKernels, EveryKernelMatchesReference) {
                                  t.edges16x16_16u(ua.data(), ua.step(), d * 200, c, &y);
                                  r.insert(r.end(), {x, y});
                              }
+                         for (Zep32u d : {65534u, 65535u, 70000u}) {  // the top of the 16-bit range
+                             Zep8u y;
+                             t.edges16x16_16u(ua.data(), ua.step(), d, 0, &y);
+                             r.push_back(y);
+                         }
                          return r;
                      }},
                 };

@@ -119,16 +119,15 @@ void mean_abs_dev_sse(const Zep8u* src, Zep32s step, Zep32s* out) {
 }
 
 // Differences in 4x4-block order with their sums: each 8-sample chunk of a
-// row covers two blocks, its halves stored to the two blocks' rows.
-template <int Bw, int Bh>
-void sums_diff_sse(const Zep8u* src, Zep32s srcStep, const Zep8u* pred, Zep32s predStep, Zep16s* sums, Zep16s* diff) {
+// row covers two blocks, its halves stored to the two blocks' rows. `diffRow`
+// gives the eight differences of row yy starting at sample x.
+template <int Bw, int Bh, class DiffRow>
+inline void sums_diff_blocks(DiffRow diffRow, Zep16s* sums, Zep16s* diff) {
     for (int by = 0; by < Bh; ++by)
         for (int bx = 0; bx < Bw; bx += 2) {
             __m128i acc = _mm_setzero_si128();
             for (int y = 0; y < 4; ++y) {
-                const int yy = by * 4 + y;
-                const __m128i d = _mm_sub_epi16(V128::load_u8<8>(row_at(src, srcStep, yy) + bx * 4),
-                                                V128::load_u8<8>(row_at(pred, predStep, yy) + bx * 4));
+                const __m128i d = diffRow(by * 4 + y, bx * 4);
                 acc = _mm_add_epi16(acc, d);
                 Zep16s* b0 = diff + (by * Bw + bx) * 16 + y * 4;
                 _mm_storel_epi64(reinterpret_cast<__m128i*>(b0), d);
@@ -139,6 +138,51 @@ void sums_diff_sse(const Zep8u* src, Zep32s srcStep, const Zep8u* pred, Zep32s p
             const __m128i h = _mm_hadd_epi32(p, p);
             sums[by * Bw + bx] = static_cast<Zep16s>(_mm_cvtsi128_si32(h));
             sums[by * Bw + bx + 1] = static_cast<Zep16s>(_mm_extract_epi16(h, 2));
+        }
+}
+
+template <int Bw, int Bh>
+void sums_diff_sse(const Zep8u* src, Zep32s srcStep, const Zep8u* pred, Zep32s predStep, Zep16s* sums, Zep16s* diff) {
+    sums_diff_blocks<Bw, Bh>(
+        [&](int y, int x) {
+            return _mm_sub_epi16(V128::load_u8<8>(row_at(src, srcStep, y) + x), V128::load_u8<8>(row_at(pred, predStep, y) + x));
+        },
+        sums, diff);
+}
+
+// Interleaved chroma: one shuffle splits a row into its Cb and Cr halves.
+void sums_diff_c2p2_sse(const Zep8u* src, Zep32s srcStep, const Zep8u* pred, Zep32s predStep, Zep16s* sumsU,
+                        Zep16s* sumsV, Zep16s* diffU, Zep16s* diffV) {
+    const __m128i split = _mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15);
+    for (int ch = 0; ch < 2; ++ch)
+        sums_diff_blocks<2, 2>(
+            [&](int y, int) {
+                const __m128i z = _mm_setzero_si128();
+                __m128i a = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row_at(src, srcStep, y))), split);
+                __m128i b = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row_at(pred, predStep, y))), split);
+                return ch == 0 ? _mm_sub_epi16(_mm_unpacklo_epi8(a, z), _mm_unpacklo_epi8(b, z))
+                               : _mm_sub_epi16(_mm_unpackhi_epi8(a, z), _mm_unpackhi_epi8(b, z));
+            },
+            ch == 0 ? sumsU : sumsV, ch == 0 ? diffU : diffV);
+}
+
+// 16-bit samples: each 4-sample block row is one vector of 32-bit differences.
+template <int Bw, int Bh>
+void sums_diff_16u_sse(const Zep16u* src, Zep32s srcStep, const Zep16u* pred, Zep32s predStep, Zep32s* sums,
+                       Zep32s* diff) {
+    const __m128i z = _mm_setzero_si128();
+    for (int by = 0; by < Bh; ++by)
+        for (int bx = 0; bx < Bw; ++bx) {
+            __m128i acc = z;
+            for (int y = 0; y < 4; ++y) {
+                const int yy = by * 4 + y;
+                const __m128i a = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row_at(src, srcStep, yy) + bx * 4));
+                const __m128i b = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row_at(pred, predStep, yy) + bx * 4));
+                const __m128i d = _mm_sub_epi32(_mm_unpacklo_epi16(a, z), _mm_unpacklo_epi16(b, z));
+                acc = _mm_add_epi32(acc, d);
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(diff + (by * Bw + bx) * 16 + y * 4), d);
+            }
+            sums[by * Bw + bx] = hsum32(acc);
         }
 }
 
@@ -171,6 +215,36 @@ void edges16x16_sse(const Zep8u* src, Zep32s step, Zep32u diffThr, Zep32u countT
     *res = n > countThr ? 1 : 0;
 }
 
+// 16-bit samples: two 8-sample chunks a row; the second chunk's right
+// neighbours come from a lane shift (sample 15 has none).
+void edges16x16_16u_sse(const Zep16u* src, Zep32s step, Zep32u diffThr, Zep32u countThr, Zep8u* res) {
+    if (diffThr >= 65535) {  // no 16-bit difference exceeds it
+        *res = 0;
+        return;
+    }
+    const __m128i t = _mm_set1_epi16(static_cast<short>(diffThr));
+    const __m128i noLast = _mm_setr_epi16(-1, -1, -1, -1, -1, -1, -1, 0);
+    auto exceeds = [&](__m128i a, __m128i b) {
+        const __m128i ad = _mm_or_si128(_mm_subs_epu16(a, b), _mm_subs_epu16(b, a));
+        return _mm_subs_epu16(ad, t);
+    };
+    auto load = [&](int y, int x) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(row_at(src, step, y) + x)); };
+    Zep32u n = 0;
+    for (int y = 0; y < 16; ++y) {
+        const __m128i a0 = load(y, 0), a1 = load(y, 8);
+        __m128i e0 = exceeds(a0, load(y, 1));
+        __m128i e1 = _mm_and_si128(exceeds(a1, _mm_srli_si128(a1, 2)), noLast);
+        if (y < 15) {
+            e0 = _mm_or_si128(e0, exceeds(a0, load(y + 1, 0)));
+            e1 = _mm_or_si128(e1, exceeds(a1, load(y + 1, 8)));
+        }
+        const __m128i z = _mm_setzero_si128();
+        const __m128i none = _mm_packs_epi16(_mm_cmpeq_epi16(e0, z), _mm_cmpeq_epi16(e1, z));
+        n += 16 - static_cast<Zep32u>(__builtin_popcount(static_cast<unsigned>(_mm_movemask_epi8(none))));
+    }
+    *res = n > countThr ? 1 : 0;
+}
+
 template <class C>
 constexpr int stats_idx = C::value;
 
@@ -186,6 +260,10 @@ void install_stats_sse(StatsDsp& t) {
     t.sumsDiff16x16 = sums_diff_sse<4, 4>;
     t.sumsDiff8x8 = sums_diff_sse<2, 2>;
     t.edges16x16_8u = edges16x16_sse;
+    t.sumsDiff8x8C2P2 = sums_diff_c2p2_sse;
+    t.sumsDiff16x16_16u = sums_diff_16u_sse<4, 4>;
+    t.sumsDiff8x8_16u = sums_diff_16u_sse<2, 2>;
+    t.edges16x16_16u = edges16x16_16u_sse;
 }
 
 #ifdef __AVX2__
