@@ -106,13 +106,13 @@ ZEPVC_API ZepStatus zepiSATD16x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, c
 /* SATD of a 16x8 block. */
 ZEPVC_API ZepStatus zepiSATD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep32s* pSATD);
-/* SATD of a 8x16 block. */
+/* SATD of an 8x16 block. */
 ZEPVC_API ZepStatus zepiSATD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                            Zep32s* pSATD);
-/* SATD of a 8x8 block. */
+/* SATD of an 8x8 block. */
 ZEPVC_API ZepStatus zepiSATD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD);
-/* SATD of a 8x4 block. */
+/* SATD of an 8x4 block. */
 ZEPVC_API ZepStatus zepiSATD8x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD);
 /* SATD of a 4x8 block. */
