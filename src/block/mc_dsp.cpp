@@ -13,10 +13,10 @@ constexpr int idx = C::value;
 template <int W, int H>
 void fill_copy_hp(CopyFn (&copyT)[8], CopyFn (&avgT)[8]) {
     fill_table(copyT, [](auto i) -> CopyFn {
-        return ref::copy_hp<W, H, kAccMode[idx<decltype(i)> / 2], idx<decltype(i)> % 2>;
+        return ref::copy_hp<W, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>;
     });
     fill_table(avgT, [](auto i) -> CopyFn {
-        return ref::interp_avg<W, H, kAccMode[idx<decltype(i)> / 2], idx<decltype(i)> % 2>;
+        return ref::interp_avg<W, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>;
     });
 }
 
@@ -43,9 +43,9 @@ void fill_diff_chroma(DiffChromaFn (&t)[4], DiffChromaBFn (&b)[16]) {
 // Single-prediction tables: index m * 2 + rnd; bidirectional (mF * 4 + mB) * 2 + rnd.
 template <int W, int D>
 void fill_mc(McFn (&t)[8], McBFn (&b)[32]) {
-    fill_table(t, [](auto i) -> McFn { return ref::mc_h<W, idx<decltype(i)> / 2, idx<decltype(i)> % 2, D>; });
+    fill_table(t, [](auto i) -> McFn { return ref::mc_h<W, idx<decltype(i)> / 2, entry_rnd(idx<decltype(i)>), D>; });
     fill_table(b, [](auto i) -> McBFn {
-        return ref::mc_bi_h<W, idx<decltype(i)> / 8, (idx<decltype(i)> / 2) % 4, idx<decltype(i)> % 2, D>;
+        return ref::mc_bi_h<W, idx<decltype(i)> / 8, (idx<decltype(i)> / 2) % 4, entry_rnd(idx<decltype(i)>), D>;
     });
 }
 
@@ -63,11 +63,11 @@ void mc_init(McDsp& t, Isa level) {
     fill_small<2, 4>(t.mc2x4, t.mcB2x4);
     fill_small<2, 2>(t.mc2x2, t.mcB2x2);
     fill_table(t.mcChroma, [](auto i) -> McChromaFn {
-        return ref::mc_chroma<idx<decltype(i)> / 2, idx<decltype(i)> % 2>;
+        return ref::mc_chroma<idx<decltype(i)> / 2, entry_rnd(idx<decltype(i)>)>;
     });
     fill_table(t.mcChromaB, [](auto i) -> McChromaBFn {
         constexpr int I = idx<decltype(i)>;
-        return ref::mc_chroma_bi<I / 8, (I / 2) % 4, I % 2>;
+        return ref::mc_chroma_bi<I / 8, (I / 2) % 4, entry_rnd(I)>;
     });
     fill_copy_hp<16, 16>(t.copyHp16x16, t.interpAvg16x16);
     fill_copy_hp<16, 8>(t.copyHp16x8, t.interpAvg16x8);

@@ -56,6 +56,11 @@ using Sub16uFn = void (*)(const Zep16u* src, Zep32s srcStep, const Zep16u* ref, 
 //   acc-indexed:   (acc & 3) * 2 + rnd, acc 1 horizontal, 2 vertical, 3 both
 inline constexpr int kAccMode[4] = {0, 2, 1, 3};
 
+// Rounding bit of entry i of a rounding-indexed table. Entries whose modes are
+// all the integer position have nothing to round: both of their rounding
+// entries hold the same kernel.
+constexpr int entry_rnd(int i) { return i / 2 == 0 ? 0 : i % 2; }
+
 struct McDsp {
     McFn mc16[8];    // 16 wide: 16x16, 16x8
     McFn mc8[8];     // 8 wide: 8x16, 8x8, 8x4

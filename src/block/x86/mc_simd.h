@@ -485,10 +485,10 @@ constexpr int idx = C::value;
 
 template <class Vw, int W, int D>
 void fill_mc(McFn (&single)[8], McBFn (&bi)[32]) {
-    fill_table(single, [](auto i) -> McFn { return mc_h<Vw, W, idx<decltype(i)> / 2, idx<decltype(i)> % 2, D>; });
+    fill_table(single, [](auto i) -> McFn { return mc_h<Vw, W, idx<decltype(i)> / 2, entry_rnd(idx<decltype(i)>), D>; });
     fill_table(bi, [](auto i) -> McBFn {
         constexpr int I = idx<decltype(i)>;
-        return mc_bi_h<Vw, W, I / 8, (I / 2) % 4, I % 2, D>;
+        return mc_bi_h<Vw, W, I / 8, (I / 2) % 4, entry_rnd(I), D>;
     });
 }
 
@@ -500,8 +500,8 @@ void fill_small(McSmallFn (&single)[4], McBSmallFn (&bi)[16]) {
 
 template <class B, int H>
 void fill_copies(CopyFn (&copyT)[8], CopyFn (&avgT)[8]) {
-    fill_table(copyT, [](auto i) -> CopyFn { return copy_hp<B, H, kAccMode[idx<decltype(i)> / 2], idx<decltype(i)> % 2>; });
-    fill_table(avgT, [](auto i) -> CopyFn { return interp_avg<B, H, kAccMode[idx<decltype(i)> / 2], idx<decltype(i)> % 2>; });
+    fill_table(copyT, [](auto i) -> CopyFn { return copy_hp<B, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>; });
+    fill_table(avgT, [](auto i) -> CopyFn { return interp_avg<B, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>; });
 }
 
 template <class Vw, int W, int H>
@@ -530,10 +530,10 @@ void install_mc(McDsp& t) {
     fill_small<Vw, 4, 2>(t.mc4x2, t.mcB4x2);
     fill_small<Vw, 2, 4>(t.mc2x4, t.mcB2x4);
     fill_small<Vw, 2, 2>(t.mc2x2, t.mcB2x2);
-    fill_table(t.mcChroma, [](auto i) -> McChromaFn { return mc_chroma<Vw, idx<decltype(i)> / 2, idx<decltype(i)> % 2>; });
+    fill_table(t.mcChroma, [](auto i) -> McChromaFn { return mc_chroma<Vw, idx<decltype(i)> / 2, entry_rnd(idx<decltype(i)>)>; });
     fill_table(t.mcChromaB, [](auto i) -> McChromaBFn {
         constexpr int I = idx<decltype(i)>;
-        return mc_chroma_bi<Vw, I / 8, (I / 2) % 4, I % 2>;
+        return mc_chroma_bi<Vw, I / 8, (I / 2) % 4, entry_rnd(I)>;
     });
     fill_copies<B16, 16>(t.copyHp16x16, t.interpAvg16x16);
     fill_copies<B16, 8>(t.copyHp16x8, t.interpAvg16x8);
