@@ -127,6 +127,49 @@ void install_run(Table& t) {
     install_run<Level, W, H>(t, std::make_integer_sequence<int, 16>{});
 }
 
+// Successive 16-sample reference rows of a half-sample mode. The modes that
+// read the row below (1 and 3) keep what they computed for it and reuse it
+// as the next row's top, halving their loads and averages. `Dx` is the byte
+// distance to the right neighbour.
+template <int Mode, int Dx = 1>
+class HpRows {
+public:
+    HpRows(const Zep8u* r, Zep32s rs) : r_(r), rs_(rs) {
+        if constexpr (Mode == 1) top_ = load16(r);
+        if constexpr (Mode == 3) pair(r, top_, topOdd_);
+    }
+    __m128i next() {
+        const Zep8u* r = r_;
+        r_ += rs_;
+        if constexpr (Mode == 0)
+            return load16(r);
+        else if constexpr (Mode == 2)
+            return _mm_avg_epu8(load16(r), load16(r + Dx));
+        else if constexpr (Mode == 1) {
+            const __m128i below = load16(r_), v = _mm_avg_epu8(top_, below);
+            top_ = below;
+            return v;
+        } else {
+            // avg4_epu8 with both pair averages shared between rows.
+            __m128i p = top_, pOdd = topOdd_;
+            pair(r_, top_, topOdd_);
+            const __m128i odd = _mm_or_si128(pOdd, topOdd_);
+            const __m128i fix = _mm_and_si128(_mm_and_si128(odd, _mm_xor_si128(p, top_)), _mm_set1_epi8(1));
+            return _mm_sub_epi8(_mm_avg_epu8(p, top_), fix);
+        }
+    }
+
+private:
+    static void pair(const Zep8u* r, __m128i& avg, __m128i& odd) {
+        const __m128i a = load16(r), b = load16(r + Dx);
+        avg = _mm_avg_epu8(a, b);
+        odd = _mm_xor_si128(a, b);
+    }
+    const Zep8u* r_;
+    Zep32s rs_;
+    __m128i top_ = _mm_setzero_si128(), topOdd_ = _mm_setzero_si128();
+};
+
 // Lambdas of unrolled loops must be inlined: an out-of-line copy would keep
 // the caller's accumulators in memory.
 #define ZEP_INLINE_LAMBDA __attribute__((always_inline))

@@ -43,14 +43,22 @@ inline __m128i ref_rows(const Zep8u* r, Zep32s rs) {
 }
 
 // ---------------------------------------------------------------- SAD / SSD, 8-bit
-template <int W, int H, int Mode>
-void sad(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
-    constexpr int R = rows_per_reg<W>;
+// Sum over the block of op(source rows, reference rows), op giving 32-bit lanes.
+template <int W, int H, int Mode, class Op>
+inline __m128i over_block(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Op op) {
     __m128i acc = _mm_setzero_si128();
-    for (int y = 0; y < H; y += R, s += R * ss, r += R * rs)
-        acc = _mm_add_epi32(acc, _mm_sad_epu8(src_rows<W>(s, ss), ref_rows<W, Mode>(r, rs)));
-    *out = hsum_sad(acc);
+    if constexpr (W == 16) {
+        HpRows<Mode> ref(r, rs);
+        for (int y = 0; y < H; ++y, s += ss) acc = _mm_add_epi32(acc, op(load16(s), ref.next()));
+    } else {
+        constexpr int R = rows_per_reg<W>;
+        for (int y = 0; y < H; y += R, s += R * ss, r += R * rs)
+            acc = _mm_add_epi32(acc, op(src_rows<W>(s, ss), ref_rows<W, Mode>(r, rs)));
+    }
+    return acc;
 }
+
+inline __m128i sad_epu8(__m128i a, __m128i b) { return _mm_sad_epu8(a, b); }
 
 // Sum of squares of the 16 byte differences a - b, in 32-bit lanes.
 inline __m128i sqr_diff_epu8(__m128i a, __m128i b) {
@@ -61,21 +69,22 @@ inline __m128i sqr_diff_epu8(__m128i a, __m128i b) {
 }
 
 template <int W, int H, int Mode>
+void sad(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
+    *out = hsum_sad(over_block<W, H, Mode>(s, ss, r, rs, sad_epu8));
+}
+
+template <int W, int H, int Mode>
 void ssd(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* out) {
-    constexpr int R = rows_per_reg<W>;
-    __m128i acc = _mm_setzero_si128();
-    for (int y = 0; y < H; y += R, s += R * ss, r += R * rs)
-        acc = _mm_add_epi32(acc, sqr_diff_epu8(src_rows<W>(s, ss), ref_rows<W, Mode>(r, rs)));
-    *out = hsum_epi32(acc);
+    *out = hsum_epi32(over_block<W, H, Mode>(s, ss, r, rs, sqr_diff_epu8));
 }
 
 template <int ModeF, int ModeB>
 void sqrdiff_bi(const Zep8u* s, Zep32s ss, const Zep8u* f, Zep32s fs, const Zep8u* b, Zep32s bs, Zep32s* out) {
     __m128i acc = _mm_setzero_si128();
-    for (int y = 0; y < 16; ++y, s += ss, f += fs, b += bs) {
-        __m128i p = _mm_avg_epu8(hp_row16<ModeF>(f, f + fs), hp_row16<ModeB>(b, b + bs));
-        acc = _mm_add_epi32(acc, sqr_diff_epu8(load16(s), p));
-    }
+    HpRows<ModeF> fwd(f, fs);
+    HpRows<ModeB> bwd(b, bs);
+    for (int y = 0; y < 16; ++y, s += ss)
+        acc = _mm_add_epi32(acc, sqr_diff_epu8(load16(s), _mm_avg_epu8(fwd.next(), bwd.next())));
     *out = hsum_epi32(acc);
 }
 
@@ -106,8 +115,9 @@ template <int Mode>
 void sad8x8_c2(const Zep8u* s, Zep32s ss, const Zep8u* r, Zep32s rs, Zep32s* sad0, Zep32s* sad1) {
     const __m128i even = _mm_set1_epi16(0x00FF), z = _mm_setzero_si128();
     __m128i a0 = z, a1 = z;
-    for (int y = 0; y < 8; ++y, s += ss, r += rs) {
-        __m128i a = load16(s), b = hp_row<Mode, 16, 2>(r, r + rs);
+    HpRows<Mode, 2> ref(r, rs);
+    for (int y = 0; y < 8; ++y, s += ss) {
+        __m128i a = load16(s), b = ref.next();
         __m128i d = _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
         a0 = _mm_add_epi32(a0, _mm_sad_epu8(_mm_and_si128(d, even), z));
         a1 = _mm_add_epi32(a1, _mm_sad_epu8(_mm_srli_epi16(d, 8), z));
