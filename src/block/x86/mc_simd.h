@@ -498,10 +498,20 @@ void fill_small(McSmallFn (&single)[4], McBSmallFn (&bi)[16]) {
     fill_table(bi, [](auto i) -> McBSmallFn { return mc_bi_small<Vw, W, H, idx<decltype(i)> / 4, idx<decltype(i)> % 4>; });
 }
 
-template <class B, int H>
+// Two rows a vector pay only where a row below is read (vertical modes); the
+// other modes keep one row a vector (B1).
+template <class B, class B1, int H>
 void fill_copies(CopyFn (&copyT)[8], CopyFn (&avgT)[8]) {
-    fill_table(copyT, [](auto i) -> CopyFn { return copy_hp<B, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>; });
-    fill_table(avgT, [](auto i) -> CopyFn { return interp_avg<B, H, kAccMode[idx<decltype(i)> / 2], entry_rnd(idx<decltype(i)>)>; });
+    fill_table(copyT, [](auto i) -> CopyFn {
+        constexpr int M = kAccMode[idx<decltype(i)> / 2];
+        using BB = std::conditional_t<(M & 1) != 0, B, B1>;
+        return copy_hp<BB, H, M, entry_rnd(idx<decltype(i)>)>;
+    });
+    fill_table(avgT, [](auto i) -> CopyFn {
+        constexpr int M = kAccMode[idx<decltype(i)> / 2];
+        using BB = std::conditional_t<(M & 1) != 0, B, B1>;
+        return interp_avg<BB, H, M, entry_rnd(idx<decltype(i)>)>;
+    });
 }
 
 template <class Vw, int W, int H>
@@ -535,15 +545,15 @@ void install_mc(McDsp& t) {
         constexpr int I = idx<decltype(i)>;
         return mc_chroma_bi<Vw, I / 8, (I / 2) % 4, entry_rnd(I)>;
     });
-    fill_copies<B16, 16>(t.copyHp16x16, t.interpAvg16x16);
-    fill_copies<B16, 8>(t.copyHp16x8, t.interpAvg16x8);
-    fill_copies<B8, 8>(t.copyHp8x8, t.interpAvg8x8);
-    fill_copies<B8, 4>(t.copyHp8x4, t.interpAvg8x4);
-    t.copy16x16 = copy_hp<B16, 16, 0, 0>;
+    fill_copies<B16, B128<16>, 16>(t.copyHp16x16, t.interpAvg16x16);
+    fill_copies<B16, B128<16>, 8>(t.copyHp16x8, t.interpAvg16x8);
+    fill_copies<B8, B8, 8>(t.copyHp8x8, t.interpAvg8x8);
+    fill_copies<B8, B8, 4>(t.copyHp8x4, t.interpAvg8x4);
+    t.copy16x16 = copy_hp<B128<16>, 16, 0, 0>;
     t.copy8x8 = copy_hp<B8, 8, 0, 0>;
-    t.average16x16 = average<B16, 16>;
+    t.average16x16 = average<B128<16>, 16>;
     t.average8x8 = average<B8, 8>;
-    t.averageI16x16 = interp_avg<B16, 16, 0, 0>;
+    t.averageI16x16 = interp_avg<B128<16>, 16, 0, 0>;
     t.averageI8x8 = interp_avg<B8, 8, 0, 0>;
     t.add8x8 = add8x8<Vw>;
     t.addc8x8 = addc8x8;
