@@ -1,6 +1,7 @@
 // The kernel harness itself: a copied picture must not alias the original,
 // or a test comparing "before" and "after" could never fail.
 #include "harness/harness.h"
+#include "harness/null_sweep.h"
 
 namespace {
 
@@ -26,6 +27,22 @@ TEST(Harness, NegativeStepPutsFirstRowAtTheBottom) {
     p.at(0, 0) = 1;
     p.at(0, 2) = 3;
     EXPECT_EQ(&p.at(0, 2) + 32, &p.at(0, 0));
+}
+
+}  // namespace
+
+namespace {
+
+// A function that forgets to check its second pointer must be caught.
+ZepStatus checks_both(const Zep8u* a, Zep32s, Zep32s* b) { return (!a || !b) ? zepStatusNullPtr : zepStatusOk; }
+ZepStatus checks_first(const Zep8u* a, Zep32s, Zep32s*) { return !a ? zepStatusNullPtr : zepStatusOk; }
+
+TEST(Harness, NullSweepFindsAnUncheckedPointer) {
+    Zep8u in = 0;
+    Zep32s out = 0;
+    EXPECT_TRUE(zt::null_sweep(checks_both, &in, 4, &out));
+    EXPECT_FALSE(zt::null_sweep(checks_first, &in, 4, &out));
+    EXPECT_TRUE(zt::null_sweep_except({2}, checks_first, &in, 4, &out));
 }
 
 }  // namespace
