@@ -1,11 +1,16 @@
-// H.264 CAVLC syntax analysis: the reference against an independent model
-// and hand-worked blocks, every kernel level against the reference (untouched
-// entries of the level and run arrays included), and the entry points' checks.
+// H.264 CAVLC syntax analysis: the reference against an independent model,
+// every kernel level against the reference (untouched entries of the level and
+// run arrays included), the entry points' checks, and round trips: analysis ->
+// a CAVLC writer fed only with the analysis outputs -> the library's decoders.
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <type_traits>
 
+#include "harness/cavlc_writer.h"
 #include "harness/harness.h"
+#include "harness/null_sweep.h"
+#include "h264dec/tables.h"
 
 #include "h264/cavlcenc_dsp.h"
 #include "zepvc.h"
@@ -14,9 +19,10 @@ namespace {
 
 using namespace zt;
 using zep::CavlcEncDsp;
+namespace cv = zt::cavlc;
 
-constexpr int kZigzag[16] = {0, 1, 4, 8, 5, 2, 3, 6, 9, 12, 13, 10, 7, 11, 14, 15};
-constexpr int kDc2x4Scan[8] = {0, 2, 1, 4, 6, 3, 5, 7};
+constexpr Zep32s kIdentity[16] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+constexpr Zep32s kDc2x4Scan[8] = {0, 2, 1, 4, 6, 3, 5, 7};
 
 struct Syntax {
     int t = 0, s = 0, n = 0, tz = 0;
@@ -24,9 +30,12 @@ struct Syntax {
     std::vector<int> runs;        // run_before of all but the lowest-frequency coefficient
 };
 
-// Model from the coefficients in walk order (highest frequency first): find
-// the non-zero positions, then read every syntax value off them.
-Syntax model(const std::vector<int64_t>& walk) {
+// Model of c[order[last]], ..., c[order[start]] (highest frequency first):
+// find the non-zero positions, then read every syntax value off them.
+template <class T>
+Syntax model(const T* c, const Zep32s* order, int start, int last) {
+    std::vector<int64_t> walk;
+    for (int i = last; i >= start; --i) walk.push_back(c[order[i]]);
     std::vector<int> nz;
     for (int i = 0; i < static_cast<int>(walk.size()); ++i)
         if (walk[i] != 0) nz.push_back(i);
@@ -43,6 +52,7 @@ Syntax model(const std::vector<int64_t>& walk) {
 // Outputs of one call, level and run arrays guard-filled beforehand.
 template <class T>
 struct Out {
+    ZepStatus status = zepStatusOk;
     Zep8u t = 0xEE, s = 0xEE, n = 0xEE, tz = 0xEE;
     std::array<T, 16> levels;
     std::array<Zep8u, 16> runs;
@@ -53,29 +63,38 @@ struct Out {
     bool operator==(const Out&) const = default;
 };
 
+// Calls an entry point or a kernel: its inputs, then the six outputs.
+template <class T, class F, class... In>
+Out<T> analyse(F f, In... in) {
+    Out<T> o;
+    auto call = [&] { return f(in..., &o.t, &o.s, &o.n, &o.tz, o.levels.data(), o.runs.data()); };
+    if constexpr (std::is_void_v<decltype(call())>) call();
+    else o.status = call();
+    return o;
+}
+
+template <class T>
+std::string dump(const T* c, int n) {
+    std::ostringstream s;
+    s << " coefficients:";
+    for (int i = 0; i < n; ++i) s << ' ' << +c[i];
+    return s.str();
+}
+
 template <class T>
 ::testing::AssertionResult matches(const Syntax& m, const Out<T>& o) {
     auto fail = [&](const char* what) {
-        std::ostringstream s;
-        s << what << ": model t " << m.t << " s " << m.s << " n " << m.n << " tz " << m.tz << ", got t " << +o.t
-          << " s " << +o.s << " n " << +o.n << " tz " << +o.tz;
-        return ::testing::AssertionFailure() << s.str();
+        return ::testing::AssertionFailure() << what << ": model t " << m.t << " s " << m.s << " n " << m.n << " tz "
+                                             << m.tz << ", got t " << +o.t << " s " << +o.s << " n " << +o.n
+                                             << " tz " << +o.tz << " status " << o.status;
     };
-    if (o.t != m.t || o.s != m.s || o.n != m.n || o.tz != m.tz) return fail("counts");
+    if (o.status != zepStatusOk || o.t != m.t || o.s != m.s || o.n != m.n || o.tz != m.tz) return fail("counts");
     const int nl = static_cast<int>(m.levels.size()), nr = static_cast<int>(m.runs.size());
     for (int j = 0; j < 16; ++j) {
         if (j < nl ? o.levels[j] != m.levels[j] : o.levels[j] != static_cast<T>(0x7A7A)) return fail("levels");
         if (j < nr ? o.runs[j] != m.runs[j] : o.runs[j] != 0xA7) return fail("runs");
     }
     return ::testing::AssertionSuccess();
-}
-
-template <class T>
-std::string dump(const T* c, int n) {
-    std::ostringstream s;
-    s << "coefficients:";
-    for (int i = 0; i < n; ++i) s << ' ' << +c[i];
-    return s.str();
 }
 
 // Coefficient blocks like quantised residuals: mostly zeros and ones, some
@@ -104,7 +123,9 @@ std::array<Zep32s, 16> random_scan(Rng& rng) {
 
 // ---------------------------------------------------------------- reference
 
-TEST(CavlcEncEntry, BlockMatchesModel) {
+// Through the entry points: 4x4 blocks in any scan and index range, chroma DC
+// 2x2 (raster order) and 2x4 (its own order), both coefficient types.
+TEST(CavlcEncEntry, MatchesModel) {
     Rng rng(21);
     for (int it = 0; it < 4000; ++it) {
         Zep16s c16[16];
@@ -112,87 +133,36 @@ TEST(CavlcEncEntry, BlockMatchesModel) {
         random_coeffs(rng, c32, 16, rng.range(0, 100));
         for (int i = 0; i < 16; ++i) c16[i] = static_cast<Zep16s>(std::clamp(c32[i], -32768, 32767));
         const auto scan = random_scan(rng);
+        const Zep32s* sc = scan.data();
         const int last = rng.range(0, 15), start = rng.range(0, std::min(last, 1 + (it & 1) * 14));
-        std::vector<int64_t> w16, w32;
-        for (int i = last; i >= start; --i) w16.push_back(c16[scan[i]]), w32.push_back(c32[scan[i]]);
-        Out<Zep16s> o16;
-        Out<Zep32s> o32;
-        ASSERT_EQ(zepiEncodeCoeffsCAVLC_H264_16s(c16, start, scan.data(), last, &o16.t, &o16.s, &o16.n, &o16.tz,
-                                                 o16.levels.data(), o16.runs.data()),
-                  zepStatusOk);
-        ASSERT_EQ(zepiEncodeCoeffsCAVLC_H264_32s(c32, start, scan.data(), last, &o32.t, &o32.s, &o32.n, &o32.tz,
-                                                 o32.levels.data(), o32.runs.data()),
-                  zepStatusOk);
         const std::string ctx = "start " + std::to_string(start) + " last " + std::to_string(last);
-        ASSERT_TRUE(matches(model(w16), o16)) << ctx << ' ' << dump(c16, 16);
-        ASSERT_TRUE(matches(model(w32), o32)) << ctx << ' ' << dump(c32, 16);
-    }
-}
-
-TEST(CavlcEncEntry, ChromaDcMatchesModel) {
-    Rng rng(22);
-    for (int it = 0; it < 2000; ++it) {
-        Zep32s c32[8];
-        Zep16s c16[8];
-        random_coeffs(rng, c32, 8, rng.range(0, 100));
-        for (int i = 0; i < 8; ++i) c16[i] = static_cast<Zep16s>(std::clamp(c32[i], -32768, 32767));
-        std::vector<int64_t> w2x2_16, w2x2_32, w2x4_16, w2x4_32;
-        for (int i = 3; i >= 0; --i) w2x2_16.push_back(c16[i]), w2x2_32.push_back(c32[i]);
-        for (int i = 7; i >= 0; --i) w2x4_16.push_back(c16[kDc2x4Scan[i]]), w2x4_32.push_back(c32[kDc2x4Scan[i]]);
-        Out<Zep16s> a, c;
-        Out<Zep32s> b, d;
-        ASSERT_EQ(zepiEncodeChromaDcCoeffsCAVLC_H264_16s(c16, &a.t, &a.s, &a.n, &a.tz, a.levels.data(), a.runs.data()),
-                  zepStatusOk);
-        ASSERT_EQ(
-            zepiEncodeCoeffsCAVLCChromaDC2x2_H264_32s(c32, &b.t, &b.s, &b.n, &b.tz, b.levels.data(), b.runs.data()),
-            zepStatusOk);
-        ASSERT_EQ(
-            zepiEncodeCoeffsCAVLCChromaDC2x4_H264_16s(c16, &c.t, &c.s, &c.n, &c.tz, c.levels.data(), c.runs.data()),
-            zepStatusOk);
-        ASSERT_EQ(
-            zepiEncodeCoeffsCAVLCChromaDC2x4_H264_32s(c32, &d.t, &d.s, &d.n, &d.tz, d.levels.data(), d.runs.data()),
-            zepStatusOk);
-        ASSERT_TRUE(matches(model(w2x2_16), a)) << "2x2 16s " << dump(c16, 4);
-        ASSERT_TRUE(matches(model(w2x2_32), b)) << "2x2 32s " << dump(c32, 4);
-        ASSERT_TRUE(matches(model(w2x4_16), c)) << "2x4 16s " << dump(c16, 8);
-        ASSERT_TRUE(matches(model(w2x4_32), d)) << "2x4 32s " << dump(c32, 8);
-    }
-}
-
-// Hand-worked blocks in raster order with the identity scan, so scan index =
-// raster position and the walk starts at the highest raster position.
-TEST(CavlcEncEntry, HandWorkedBlocks) {
-    const struct {
-        Zep16s c[16];
-        int start, last;
-        int t, s, n, tz;
-        std::vector<int> levels, runs;
-        const char* why;
-    } cases[] = {
-        {{}, 0, 15, 0, 0, 0, 0, {}, {}, "all zero: nothing stored"},
-        {{0, 0, 0, 0, 1, 1, -1, 1}, 0, 15, 3, 2, 4, 4, {1}, {0, 0, 0}, "1,-1,1,1 from the top: signs 010, 4th one a level"},
-        {{0, 1, 0, 2}, 0, 15, 0, 0, 2, 2, {2, 1}, {1}, "2 then 1: a one after a level is a level"},
-        {{0, 0, 3, 0, 0, -1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 15, 1, 1, 2, 4, {3}, {2}, "zeros above the top not counted"},
-        {{5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 1, 15, 1, 0, 1, 14, {}, {}, "startIdx 1 never reads index 0"},
-        {{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, 1, 9, 1, 0, 1, 0, {}, {}, "lastIdx 9 never reads index 15"},
-        {{-1, 0, -1, 0, -1, 0, -1}, 0, 15, 3, 7, 4, 3, {-1}, {1, 1, 1}, "three negative ones, then one more as a level"},
-    };
-    Zep32s identity[16];
-    std::iota(identity, identity + 16, 0);
-    for (const auto& k : cases) {
-        Syntax m;
-        m.t = k.t, m.s = k.s, m.n = k.n, m.tz = k.tz;
-        m.levels.assign(k.levels.begin(), k.levels.end());
-        m.runs = k.runs;
-        Out<Zep16s> o;
-        ASSERT_EQ(zepiEncodeCoeffsCAVLC_H264_16s(k.c, k.start, identity, k.last, &o.t, &o.s, &o.n, &o.tz,
-                                                 o.levels.data(), o.runs.data()),
-                  zepStatusOk);
-        EXPECT_TRUE(matches(m, o)) << k.why;
+        ASSERT_TRUE(matches(model(c16, sc, start, last), analyse<Zep16s>(zepiEncodeCoeffsCAVLC_H264_16s, c16,
+                                                                          Zep8u(start), sc, Zep8u(last))))
+            << "16s " << ctx << dump(c16, 16);
+        ASSERT_TRUE(matches(model(c32, sc, start, last),
+                            analyse<Zep32s>(zepiEncodeCoeffsCAVLC_H264_32s, c32, start, sc, last)))
+            << "32s " << ctx << dump(c32, 16);
+        ASSERT_TRUE(matches(model(c16, kIdentity, 0, 3), analyse<Zep16s>(zepiEncodeChromaDcCoeffsCAVLC_H264_16s, c16)))
+            << "2x2 16s" << dump(c16, 4);
+        ASSERT_TRUE(matches(model(c32, kIdentity, 0, 3),
+                            analyse<Zep32s>(zepiEncodeCoeffsCAVLCChromaDC2x2_H264_32s, c32)))
+            << "2x2 32s" << dump(c32, 4);
+        ASSERT_TRUE(matches(model(c16, kDc2x4Scan, 0, 7),
+                            analyse<Zep16s>(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_16s, c16)))
+            << "2x4 16s" << dump(c16, 8);
+        ASSERT_TRUE(matches(model(c32, kDc2x4Scan, 0, 7),
+                            analyse<Zep32s>(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_32s, c32)))
+            << "2x4 32s" << dump(c32, 8);
     }
 }
 
 // ---------------------------------------------------------------- kernels
+
+template <class T, class F, class... In>
+::testing::AssertionResult same_as_ref(F rf, F kf, const T* c, int n, In... in) {
+    if (analyse<T>(rf, c, in...) == analyse<T>(kf, c, in...)) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << dump(c, n);
+}
 
 TEST(CavlcEncKernels, EveryLevelMatchesReference) {
     const CavlcEncDsp ref = zep::build_table(zep::cavlcenc_init, Isa::Ref);
@@ -201,49 +171,30 @@ TEST(CavlcEncKernels, EveryLevelMatchesReference) {
         Rng rng(23);
         for (int it = 0; it < 20000; ++it) {
             const int off = rng.range(0, 7);  // unaligned blocks
-            std::vector<Zep16s> c16(24);
-            std::vector<Zep32s> c32(24);
+            std::vector<Zep16s> v16(24);
+            std::vector<Zep32s> v32(24);
+            const Zep16s* c16 = v16.data() + off;
+            const Zep32s* c32 = v32.data() + off;
             const int density = it % 5 == 0 ? 100 : rng.range(0, 60);
-            random_coeffs(rng, c16.data() + off, 16, density);
-            random_coeffs(rng, c32.data() + off, 16, density);
+            random_coeffs(rng, v16.data() + off, 16, density);
+            random_coeffs(rng, v32.data() + off, 16, density);
             const auto scan = random_scan(rng);
             const int last = rng.range(0, 15), start = rng.range(0, last);
             const std::string ctx = std::string("level ") + zep::isa_name(level) + " start " + std::to_string(start) +
                                     " last " + std::to_string(last) + " ";
-            {
-                Out<Zep16s> e, g;
-                ref.block16(c16.data() + off, start, scan.data(), last, &e.t, &e.s, &e.n, &e.tz, e.levels.data(),
-                            e.runs.data());
-                k.block16(c16.data() + off, start, scan.data(), last, &g.t, &g.s, &g.n, &g.tz, g.levels.data(),
-                          g.runs.data());
-                ASSERT_TRUE(e == g) << ctx << "4x4 16s " << dump(c16.data() + off, 16);
-            }
-            {
-                Out<Zep32s> e, g;
-                ref.block32(c32.data() + off, start, scan.data(), last, &e.t, &e.s, &e.n, &e.tz, e.levels.data(),
-                            e.runs.data());
-                k.block32(c32.data() + off, start, scan.data(), last, &g.t, &g.s, &g.n, &g.tz, g.levels.data(),
-                          g.runs.data());
-                ASSERT_TRUE(e == g) << ctx << "4x4 32s " << dump(c32.data() + off, 16);
-            }
-            auto dc = [&](auto rf, auto kf, const auto* c, int n, const char* name) {
-                using T = std::remove_cv_t<std::remove_pointer_t<decltype(c)>>;
-                Out<T> e, g;
-                rf(c, &e.t, &e.s, &e.n, &e.tz, e.levels.data(), e.runs.data());
-                kf(c, &g.t, &g.s, &g.n, &g.tz, g.levels.data(), g.runs.data());
-                return e == g ? ::testing::AssertionSuccess()
-                              : ::testing::AssertionFailure() << ctx << name << ' ' << dump(c, n);
-            };
-            ASSERT_TRUE(dc(ref.dc2x2_16, k.dc2x2_16, c16.data() + off, 4, "2x2 16s"));
-            ASSERT_TRUE(dc(ref.dc2x2_32, k.dc2x2_32, c32.data() + off, 4, "2x2 32s"));
-            ASSERT_TRUE(dc(ref.dc2x4_16, k.dc2x4_16, c16.data() + off, 8, "2x4 16s"));
-            ASSERT_TRUE(dc(ref.dc2x4_32, k.dc2x4_32, c32.data() + off, 8, "2x4 32s"));
+            ASSERT_TRUE(same_as_ref(ref.block16, k.block16, c16, 16, start, scan.data(), last)) << ctx << "4x4 16s";
+            ASSERT_TRUE(same_as_ref(ref.block32, k.block32, c32, 16, start, scan.data(), last)) << ctx << "4x4 32s";
+            ASSERT_TRUE(same_as_ref(ref.dc2x2_16, k.dc2x2_16, c16, 4)) << ctx << "2x2 16s";
+            ASSERT_TRUE(same_as_ref(ref.dc2x2_32, k.dc2x2_32, c32, 4)) << ctx << "2x2 32s";
+            ASSERT_TRUE(same_as_ref(ref.dc2x4_16, k.dc2x4_16, c16, 8)) << ctx << "2x4 16s";
+            ASSERT_TRUE(same_as_ref(ref.dc2x4_32, k.dc2x4_32, c32, 8)) << ctx << "2x4 32s";
         }
     }
 }
 
 // ---------------------------------------------------------------- checks
 
+// Every pointer, checked before the index range; nothing is written on error.
 TEST(CavlcEncEntry, BadArgumentsWriteNothing) {
     Zep16s c16[16] = {1, 2, 3};
     Zep32s c32[16] = {1, 2, 3}, scan[16];
@@ -251,56 +202,158 @@ TEST(CavlcEncEntry, BadArgumentsWriteNothing) {
     Guarded<Zep8u> t(1), s(1), n(1), tz(1), runs(16);
     Guarded<Zep16s> l16(16);
     Guarded<Zep32s> l32(16);
-    auto e16 = [&](const Zep16s* c, int start, const Zep32s* sc, int last, int nullAt) {
-        Zep8u* p[5] = {t.data(), s.data(), n.data(), tz.data(), runs.data()};
-        if (nullAt >= 0 && nullAt < 4) p[nullAt] = nullptr;
-        return zepiEncodeCoeffsCAVLC_H264_16s(c, static_cast<Zep8u>(start), sc, static_cast<Zep8u>(last), p[0], p[1],
-                                              p[2], p[3], nullAt == 4 ? nullptr : l16.data(),
-                                              nullAt == 5 ? nullptr : p[4]);
+    auto e16 = [&](int start, int last) {
+        return zepiEncodeCoeffsCAVLC_H264_16s(c16, Zep8u(start), scan, Zep8u(last), t.data(), s.data(), n.data(),
+                                              tz.data(), l16.data(), runs.data());
     };
-    auto e32 = [&](const Zep32s* c, int start, const Zep32s* sc, int last, int nullAt) {
-        Zep8u* p[5] = {t.data(), s.data(), n.data(), tz.data(), runs.data()};
-        if (nullAt >= 0 && nullAt < 4) p[nullAt] = nullptr;
-        return zepiEncodeCoeffsCAVLC_H264_32s(c, start, sc, last, p[0], p[1], p[2], p[3],
-                                              nullAt == 4 ? nullptr : l32.data(), nullAt == 5 ? nullptr : p[4]);
+    auto e32 = [&](int start, int last) {
+        return zepiEncodeCoeffsCAVLC_H264_32s(c32, start, scan, last, t.data(), s.data(), n.data(), tz.data(),
+                                              l32.data(), runs.data());
     };
-    for (int nullAt = 0; nullAt < 6; ++nullAt) {
-        EXPECT_EQ(e16(c16, 0, scan, 15, nullAt), zepStatusNullPtr) << nullAt;
-        EXPECT_EQ(e32(c32, 0, scan, 15, nullAt), zepStatusNullPtr) << nullAt;
-        EXPECT_EQ(e16(c16, 0, scan, 16, nullAt), zepStatusNullPtr) << "null before range, " << nullAt;
+    for (int last : {15, 16, 99}) {
+        EXPECT_TRUE(null_sweep(zepiEncodeCoeffsCAVLC_H264_16s, c16, Zep8u(0), scan, Zep8u(last), t.data(), s.data(),
+                               n.data(), tz.data(), l16.data(), runs.data()))
+            << last;
+        EXPECT_TRUE(null_sweep(zepiEncodeCoeffsCAVLC_H264_32s, c32, 0, scan, last, t.data(), s.data(), n.data(),
+                               tz.data(), l32.data(), runs.data()))
+            << last;
     }
-    EXPECT_EQ(e16(nullptr, 0, scan, 15, -1), zepStatusNullPtr);
-    EXPECT_EQ(e16(c16, 0, nullptr, 15, -1), zepStatusNullPtr);
-    EXPECT_EQ(e32(nullptr, 0, scan, 15, -1), zepStatusNullPtr);
-    EXPECT_EQ(e32(c32, 0, nullptr, 99, -1), zepStatusNullPtr);
     const int badRanges[][2] = {{0, 16}, {5, 4}, {16, 16}, {1, 0}, {0, 255}};
     for (const auto& r : badRanges) {
-        EXPECT_EQ(e16(c16, r[0], scan, r[1], -1), zepStatusOutOfRange) << r[0] << ".." << r[1];
-        EXPECT_EQ(e32(c32, r[0], scan, r[1], -1), zepStatusOutOfRange) << r[0] << ".." << r[1];
+        EXPECT_EQ(e16(r[0], r[1]), zepStatusOutOfRange) << r[0] << ".." << r[1];
+        EXPECT_EQ(e32(r[0], r[1]), zepStatusOutOfRange) << r[0] << ".." << r[1];
     }
-    EXPECT_EQ(e32(c32, -1, scan, 15, -1), zepStatusOutOfRange);
-    EXPECT_EQ(e32(c32, -5, scan, -1, -1), zepStatusOutOfRange);
-
-    using Dc16 = ZepStatus (*)(const Zep16s*, Zep8u*, Zep8u*, Zep8u*, Zep8u*, Zep16s*, Zep8u*);
-    using Dc32 = ZepStatus (*)(const Zep32s*, Zep8u*, Zep8u*, Zep8u*, Zep8u*, Zep32s*, Zep8u*);
-    for (int nullAt = 0; nullAt < 7; ++nullAt) {
-        auto P = [&](int i, auto* p) { return i == nullAt ? nullptr : p; };
-        for (Dc16 f : {Dc16{zepiEncodeChromaDcCoeffsCAVLC_H264_16s}, Dc16{zepiEncodeCoeffsCAVLCChromaDC2x4_H264_16s}})
-            EXPECT_EQ(f(P(0, c16), P(1, t.data()), P(2, s.data()), P(3, n.data()), P(4, tz.data()), P(5, l16.data()),
-                        P(6, runs.data())),
-                      zepStatusNullPtr)
-                << nullAt;
-        for (Dc32 f : {Dc32{zepiEncodeCoeffsCAVLCChromaDC2x2_H264_32s}, Dc32{zepiEncodeCoeffsCAVLCChromaDC2x4_H264_32s}})
-            EXPECT_EQ(f(P(0, c32), P(1, t.data()), P(2, s.data()), P(3, n.data()), P(4, tz.data()), P(5, l32.data()),
-                        P(6, runs.data())),
-                      zepStatusNullPtr)
-                << nullAt;
-    }
+    EXPECT_EQ(e32(-1, 15), zepStatusOutOfRange);
+    EXPECT_EQ(e32(-5, -1), zepStatusOutOfRange);
+    auto dc = [&](auto f, auto* c, auto* levels) {
+        return null_sweep(f, c, t.data(), s.data(), n.data(), tz.data(), levels, runs.data());
+    };
+    EXPECT_TRUE(dc(zepiEncodeChromaDcCoeffsCAVLC_H264_16s, c16, l16.data()));
+    EXPECT_TRUE(dc(zepiEncodeCoeffsCAVLCChromaDC2x2_H264_32s, c32, l32.data()));
+    EXPECT_TRUE(dc(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_16s, c16, l16.data()));
+    EXPECT_TRUE(dc(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_32s, c32, l32.data()));
     EXPECT_TRUE(t.untouched() && s.untouched() && n.untouched() && tz.untouched() && runs.untouched() &&
                 l16.untouched() && l32.untouched());
     // The extreme valid ranges are accepted.
-    EXPECT_EQ(e16(c16, 15, scan, 15, -1), zepStatusOk);
-    EXPECT_EQ(e32(c32, 0, scan, 0, -1), zepStatusOk);
+    EXPECT_EQ(e16(15, 15), zepStatusOk);
+    EXPECT_EQ(e32(0, 0), zepStatusOk);
+}
+
+// ---------------------------------------------------------------- round trips
+
+// The writer's syntax record from the analysis outputs alone: trailing ones
+// rebuilt from their sign bits (first one met = most significant bit), then
+// the other levels, then run_before of all but the lowest coefficient.
+template <class T>
+cv::Syntax to_syntax(const Out<T>& a) {
+    cv::Syntax s;
+    s.totalCoeff = a.n;
+    s.trailingOnes = a.t;
+    for (int i = 0; i < a.t; ++i) s.levels[i] = ((a.s >> (a.t - 1 - i)) & 1) ? -1 : 1;
+    for (int i = a.t; i < a.n; ++i) s.levels[i] = static_cast<int>(a.levels[i - a.t]);
+    for (int i = 0; i + 1 < a.n; ++i) s.runs[i] = a.runs[i];
+    s.totalZeros = a.tz;
+    return s;
+}
+
+template <class T>
+struct Block {
+    std::array<T, 16> c{}, expect{};  // what the decoder must return, raster order
+    const Zep32s* scan = kIdentity;
+    int nC = 0, count = 0;
+    size_t end = 0;  // bit position after the block
+};
+
+// A stream of 400 blocks of `size` coefficients (`maxCoeff` coded), each set
+// up and analysed by `prep`, written from the analysis, then decoded back in
+// order: values, counts, buffer advance and the position after every block.
+template <class T, class Prep, class Decode>
+void round_trip(uint64_t seed, int size, int maxCoeff, Prep prep, Decode decode) {
+    Rng rng(seed);
+    cv::BitWriter w;
+    std::vector<Block<T>> blocks(400);
+    for (Block<T>& b : blocks) {
+        // Quantised-looking: sparse, mostly ones, now and then large levels that need the escape codes.
+        const int density = rng.range(0, 100);
+        for (int i = 0; i < size; ++i) {
+            if (rng.range(0, 99) >= density) continue;
+            const int m = rng.range(0, 99);
+            const int mag = m < 50 ? 1 : m < 80 ? rng.range(2, 4) : m < 95 ? rng.range(5, 200) : rng.range(200, 20000);
+            b.c[i] = static_cast<T>(rng.coin() ? -mag : mag);
+        }
+        const Out<T> a = prep(rng, b);
+        ASSERT_EQ(a.status, zepStatusOk);
+        b.count = a.n;
+        cv::write_syntax(w, to_syntax(a), b.nC, maxCoeff);
+        b.end = w.bit_count();
+    }
+    std::vector<Zep32u> words = w.words();
+    Zep32u* p = words.data();
+    Zep32s off = 31;
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        const Block<T>& b = blocks[i];
+        std::array<T, 16> out{};
+        T* buf = out.data();
+        Zep16s num = -1;
+        const std::string ctx = "block " + std::to_string(i) + " nC " + std::to_string(b.nC) + " coded " +
+                                std::to_string(maxCoeff);
+        ASSERT_EQ(decode(&p, &off, &num, &buf, b), zepStatusOk) << ctx;
+        ASSERT_EQ(num, b.count) << ctx;
+        ASSERT_EQ(buf, out.data() + (b.count ? size : 0)) << ctx;
+        ASSERT_TRUE(same_array(b.expect.data(), out.data(), size, ctx));
+        ASSERT_EQ(bit_pos(words.data(), p, off), static_cast<int64_t>(b.end)) << ctx;
+    }
+}
+
+// Whole blocks (startIdx 0) and AC blocks (startIdx 1); mostly the whole
+// range, sometimes a shorter one whose coefficients above lastIdx the
+// analysis must ignore.
+template <class T, class Analyse, class Decode>
+void round_trip_4x4(Analyse analyse4x4, Decode decode, int start, uint64_t seed) {
+    CavlcTables tb;
+    round_trip<T>(
+        seed, 16, 16 - start,
+        [&](Rng& rng, Block<T>& b) {
+            b.scan = rng.coin() ? kZigzag : kField;
+            b.nC = rng.range(0, 16);
+            const int last = rng.range(0, 3) ? 15 : rng.range(start, 15);
+            for (int i = start; i <= last; ++i) b.expect[b.scan[i]] = b.c[b.scan[i]];
+            using Idx = std::conditional_t<sizeof(T) == 2, Zep8u, Zep32s>;
+            return analyse<T>(analyse4x4, b.c.data(), Idx(start), b.scan, Idx(last));
+        },
+        [&](Zep32u** p, Zep32s* off, Zep16s* num, T** buf, const Block<T>& b) {
+            return decode(p, off, num, buf, b.nC, static_cast<Zep16s>(16 - start), tb.ct, tb.tz4x4, tb.rb, b.scan);
+        });
+}
+
+TEST(CavlcRoundTrip, Block4x4WholeAndAc) {
+    for (int start = 0; start < 2; ++start) {
+        round_trip_4x4<Zep16s>(zepiEncodeCoeffsCAVLC_H264_16s, zepiDecodeCAVLCCoeffs_H264_1u16s, start, 1 + start);
+        round_trip_4x4<Zep32s>(zepiEncodeCoeffsCAVLC_H264_32s, zepiDecodeCAVLCCoeffs_H264_1u32s, start, 3 + start);
+    }
+}
+
+// Chroma DC: N = 4 (2x2, nC -1) or 8 (2x4, nC -2); the decoders write raster order.
+template <class T, int N, class Analyse, class Decode>
+void round_trip_dc(Analyse analyseDc, Decode decode, uint64_t seed) {
+    CavlcTables tb;
+    round_trip<T>(
+        seed, N, N,
+        [&](Rng&, Block<T>& b) {
+            b.nC = N == 4 ? -1 : -2;
+            b.expect = b.c;
+            return analyse<T>(analyseDc, b.c.data());
+        },
+        [&](Zep32u** p, Zep32s* off, Zep16s* num, T** buf, const Block<T>&) {
+            return decode(p, off, num, buf, N == 4 ? tb.dc420 : tb.dc422, N == 4 ? tb.tz420 : tb.tz422, tb.rb);
+        });
+}
+
+TEST(CavlcRoundTrip, ChromaDc) {
+    round_trip_dc<Zep16s, 4>(zepiEncodeChromaDcCoeffsCAVLC_H264_16s, zepiDecodeCAVLCChromaDcCoeffs_H264_1u16s, 5);
+    round_trip_dc<Zep32s, 4>(zepiEncodeCoeffsCAVLCChromaDC2x2_H264_32s, zepiDecodeCAVLCChromaDcCoeffs_H264_1u32s, 6);
+    round_trip_dc<Zep16s, 8>(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_16s, zepiDecodeCAVLCChroma422DcCoeffs_H264_1u16s, 7);
+    round_trip_dc<Zep32s, 8>(zepiEncodeCoeffsCAVLCChromaDC2x4_H264_32s, zepiDecodeCAVLCChroma422DcCoeffs_H264_1u32s, 8);
 }
 
 }  // namespace

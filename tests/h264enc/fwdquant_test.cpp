@@ -1,11 +1,13 @@
-// H.264 4x4 forward transform and quantisers: every kernel level against the
-// reference, the reference against an independent model and hand-worked
-// values, and the entry points' checks.
+// H.264 4x4 forward transform and quantisers: the reference against
+// independent models, every kernel level against the reference, the entry
+// points' checks, and round trips through the decoder's reconstruction.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <numeric>
 
 #include "harness/harness.h"
+#include "harness/null_sweep.h"
 
 #include "h264/fwdquant_dsp.h"
 #include "h264/fwdquant_ref.h"
@@ -19,6 +21,17 @@ using zep::FwdQuantDsp;
 constexpr int kIters = 200;
 constexpr size_t kPad = 8;
 
+// Built-in multipliers and dequantisation factors per qp % 6 and position
+// class, written out here rather than taken from the library.
+constexpr int kMult[6][3] = {{13107, 8066, 5243}, {11916, 7490, 4660}, {10082, 6554, 4194},
+                             {9362, 5825, 3647},  {8192, 5243, 3355},  {7282, 4559, 2893}};
+constexpr int kNormAdjust[6][3] = {{10, 13, 16}, {11, 14, 18}, {13, 16, 20}, {14, 18, 23}, {16, 20, 25}, {18, 23, 29}};
+constexpr int kBlockX[16] = {0, 4, 0, 4, 8, 12, 8, 12, 0, 4, 0, 4, 8, 12, 8, 12};
+constexpr int kBlockY[16] = {0, 0, 4, 4, 0, 0, 4, 4, 8, 8, 12, 12, 8, 8, 12, 12};
+constexpr Zep16s kZigzagPos[16] = {0, 1, 5, 6, 2, 4, 7, 12, 3, 8, 11, 13, 9, 10, 14, 15};
+
+int pos_class(int i) { return (i & 1) + ((i >> 2) & 1); }  // 0 even-even, 2 odd-odd, 1 mixed
+
 // Output block with kPad guard elements on each side: kernels must write the
 // same 16 values as the reference and nothing around them.
 template <class T>
@@ -30,55 +43,50 @@ struct Padded {
 
 // ---------------------------------------------------------------- transform
 
-// The transform is C * X * C^T with C the core matrix; no saturation below
-// |x| = 900 (the largest gain of an output is 36).
+// The transform is C * X * C^T with C the core matrix, taken modulo 2^32 by the
+// 32-bit transform (also in place). The 16-bit one saturates its sums, so it
+// matches only below |x| = 900 (the largest gain of an output is 36).
 TEST(FwdTransformRef, MatchesMatrixProduct) {
     constexpr int C[4][4] = {{1, 1, 1, 1}, {2, 1, -1, -2}, {1, -1, -1, 1}, {1, -2, 2, -1}};
     Rng rng(11);
     for (int it = 0; it < 500; ++it) {
-        Zep32s x32[16], y32[16];
+        const bool small = it < 250;
+        Zep32s x32[16], y32[16], expect[16];
         Zep16s x16[16], y16[16];
-        const int lim = it < 250 ? 900 : 50'000'000;
-        for (int i = 0; i < 16; ++i) x32[i] = rng.range(-lim, lim), x16[i] = static_cast<Zep16s>(x32[i]);
-        int64_t expect[16];
+        for (int i = 0; i < 16; ++i)
+            x32[i] = small ? rng.range(-900, 900) : static_cast<Zep32s>(rng.u32()), x16[i] = static_cast<Zep16s>(x32[i]);
         for (int r = 0; r < 4; ++r)
             for (int c = 0; c < 4; ++c) {
                 int64_t s = 0;
                 for (int i = 0; i < 4; ++i)
                     for (int j = 0; j < 4; ++j) s += int64_t{C[r][i]} * x32[4 * i + j] * C[c][j];
-                expect[4 * r + c] = s;
+                expect[4 * r + c] = static_cast<Zep32s>(static_cast<Zep32u>(s));
             }
+        const std::string ctx = "iteration " + std::to_string(it);
         zep::ref::fwd4x4_32s(x32, y32);
-        for (int i = 0; i < 16; ++i) ASSERT_EQ(y32[i], expect[i]) << "32s, iteration " << it << ", index " << i;
-        if (lim > 900) continue;
+        ASSERT_TRUE(same_array(expect, y32, 16, "32s " + ctx));
+        ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_32s_C1(x32, x32), zepStatusOk);
+        ASSERT_TRUE(same_array(expect, x32, 16, "32s in place " + ctx));
+        if (!small) continue;
         zep::ref::fwd4x4_16s(x16, y16);
-        for (int i = 0; i < 16; ++i) ASSERT_EQ(y16[i], expect[i]) << "16s, iteration " << it << ", index " << i;
+        for (int i = 0; i < 16; ++i) ASSERT_EQ(y16[i], expect[i]) << "16s " << ctx << ", index " << i;
     }
 }
 
 // Row 0 = (10000, -10000, 10000, -10000): d0 = 20000, d1 = -20000, so the row
 // pass gives y1 = sat(d0 + d0) + d1 = 32767 - 20000 = 12767 (not 20000) and
 // y3 = 32767; the column pass then doubles into row 1 (25534, and 32767 again).
+// All -32768 saturates the DC at the low end and cancels everywhere else.
 TEST(FwdTransformEntry, SixteenBitSumsSaturateInOrder) {
     const Zep16s src[16] = {10000, -10000, 10000, -10000};
     const Zep16s expect[16] = {0, 12767, 0, 32767, 0, 25534, 0, 32767, 0, 12767, 0, 32767, 0, 12767, 0, 32767};
-    Zep16s dst[16];
+    const Zep16s lowExpect[16] = {-32768};
+    Zep16s dst[16], low[16];
+    std::fill(low, low + 16, Zep16s{-32768});
     ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(src, dst), zepStatusOk);
     EXPECT_TRUE(same_array(expect, dst, 16, "saturation order"));
-
-    Zep16s all[16], out[16];
-    std::fill(all, all + 16, Zep16s{-32768});
-    ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(all, out), zepStatusOk);
-    EXPECT_EQ(out[0], -32768);
-    EXPECT_TRUE(std::all_of(out + 1, out + 16, [](Zep16s v) { return v == 0; }));
-}
-
-TEST(FwdTransformEntry, ThirtyTwoBitWrapsAndInPlaceWorks) {
-    Zep32s v[16];
-    std::fill(v, v + 16, INT32_MAX);
-    ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_32s_C1(v, v), zepStatusOk);  // in place
-    EXPECT_EQ(v[0], static_cast<Zep32s>(16u * static_cast<Zep32u>(INT32_MAX)));
-    EXPECT_EQ(v[1], 0);
+    ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(low, low), zepStatusOk);
+    EXPECT_TRUE(same_array(lowExpect, low, 16, "all -32768, in place"));
 }
 
 TEST(FwdTransformKernels, EveryLevelMatchesReference) {
@@ -108,37 +116,21 @@ TEST(FwdTransformKernels, EveryLevelMatchesReference) {
     }
 }
 
-TEST(FwdTransformEntry, NullPointersWriteNothing) {
-    Zep16s s16[16] = {};
-    Zep32s s32[16] = {};
-    Guarded<Zep16s> d16(16);
-    Guarded<Zep32s> d32(16);
-    EXPECT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(nullptr, d16.data()), zepStatusNullPtr);
-    EXPECT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(s16, nullptr), zepStatusNullPtr);
-    EXPECT_EQ(zepiTransformResidual4x4Fwd_H264_32s_C1(nullptr, d32.data()), zepStatusNullPtr);
-    EXPECT_EQ(zepiTransformResidual4x4Fwd_H264_32s_C1(s32, nullptr), zepStatusNullPtr);
-    EXPECT_TRUE(d16.untouched());
-    EXPECT_TRUE(d32.untouched());
-}
-
 // ---------------------------------------------------------------- quantisation
 
-// Independent model: the multiplier classes written out per position, the
-// rounding as a third (intra) or a sixth (inter) of 2^shift, in 64 bits.
+// Independent model: the multiplier classes per position, the rounding as a
+// third (intra) or a sixth (inter) of 2^shift, in 64 bits.
 struct Model {
     Zep32s level[16];
     Zep32s num, last;
 };
 
 Model model_quant(const Zep32s* c, const Zep32s* scale, const Zep16s* scanPos, int qp, bool intra) {
-    constexpr Zep32s kClass[6][3] = {{13107, 8066, 5243}, {11916, 7490, 4660}, {10082, 6554, 4194},
-                                     {9362, 5825, 3647},  {8192, 5243, 3355},  {7282, 4559, 2893}};
-    constexpr int kPosClass[16] = {0, 1, 0, 1, 1, 2, 1, 2, 0, 1, 0, 1, 1, 2, 1, 2};
     const int shift = (scale ? 11 : 15) + qp / 6;
     const int64_t rounding = (int64_t{1} << shift) / (intra ? 3 : 6);
     Model m{{}, 0, 0};
     for (int i = 0; i < 16; ++i) {
-        const int64_t mult = scale ? scale[i] : kClass[qp % 6][kPosClass[i]];
+        const int64_t mult = scale ? scale[i] : kMult[qp % 6][pos_class(i)];
         const int64_t mag = (std::abs(int64_t{c[i]}) * mult + rounding) >> shift;
         m.level[i] = static_cast<Zep32s>(c[i] < 0 ? -mag : mag);
         if (m.level[i]) ++m.num, m.last = std::max<Zep32s>(m.last, scanPos[i]);
@@ -153,7 +145,10 @@ std::array<Zep16s, 16> random_scan_pos(Rng& rng) {
     return p;
 }
 
-// Through the entry points, wherever the 32-bit products cannot overflow.
+using Q16 = ZepStatus (*)(const Zep16s*, Zep16s*, Zep32s*, Zep32s*, const Zep32s*, const Zep16s*, Zep32u, Zep32s);
+
+// Through the entry points, wherever the 32-bit products cannot overflow; the
+// 16-bit outputs are the model's levels saturated.
 TEST(QuantEntry, MatchesIndependentModel) {
     Rng rng(5);
     for (int qp = 0; qp <= 87; ++qp)
@@ -161,7 +156,7 @@ TEST(QuantEntry, MatchesIndependentModel) {
             for (int useScale = 0; useScale < 2; ++useScale)
                 for (int it = 0; it < 20; ++it) {
                     const auto scan = random_scan_pos(rng);
-                    Zep32s scale[16], c32[16], d32[16], n = -1, last = -1;
+                    Zep32s scale[16], c32[16], d32[16], want16[16], got16[16], n = -1, last = -1;
                     Zep16s c16[16], d16[16];
                     for (int i = 0; i < 16; ++i) {
                         scale[i] = rng.range(1, 16 * 255);
@@ -179,55 +174,30 @@ TEST(QuantEntry, MatchesIndependentModel) {
                     ASSERT_EQ(n, m.num) << ctx;
                     ASSERT_EQ(last, m.last) << ctx;
                     if (qp > 51) continue;
-                    n = last = -1;
-                    ASSERT_EQ(zepiQuantizeResidual4x4Fwd_H264_16s_C1(c16, d16, &n, &last, sc, scan.data(), qp, intra),
-                              zepStatusOk);
-                    for (int i = 0; i < 16; ++i)
-                        ASSERT_EQ(d16[i], std::clamp(m.level[i], -32768, 32767)) << "16s " << ctx << " index " << i;
-                    ASSERT_EQ(n, m.num) << ctx;
-                    ASSERT_EQ(last, m.last) << ctx;
-                    if (!useScale) continue;
-                    n = last = -1;
-                    ASSERT_EQ(
-                        zepiQuantizeResidual4x4Fwd_H264_16s32s_C1(c16, d16, &n, &last, sc, scan.data(), qp, intra),
-                        zepStatusOk);
-                    for (int i = 0; i < 16; ++i)
-                        ASSERT_EQ(d16[i], std::clamp(m.level[i], -32768, 32767)) << "16s32s " << ctx << " index " << i;
-                    ASSERT_EQ(n, m.num) << ctx;
-                    ASSERT_EQ(last, m.last) << ctx;
+                    for (int i = 0; i < 16; ++i) want16[i] = std::clamp(m.level[i], -32768, 32767);
+                    for (Q16 f : {Q16{zepiQuantizeResidual4x4Fwd_H264_16s_C1},
+                                  Q16{useScale ? zepiQuantizeResidual4x4Fwd_H264_16s32s_C1 : nullptr}}) {
+                        if (!f) continue;
+                        n = last = -1;
+                        ASSERT_EQ(f(c16, d16, &n, &last, sc, scan.data(), qp, intra), zepStatusOk);
+                        std::copy(d16, d16 + 16, got16);
+                        ASSERT_TRUE(same_array(want16, got16, 16, "16s " + ctx));
+                        ASSERT_EQ(n, m.num) << ctx;
+                        ASSERT_EQ(last, m.last) << ctx;
+                    }
                 }
 }
 
-// Hand-worked levels of one coefficient at raster position 0 (scan position 9).
-TEST(QuantEntry, HandWorkedLevels) {
-    const struct {
-        Zep32s c;
-        int qp, intra;
-        Zep32s scale;  // 0: built-in multipliers
-        Zep32s level;
-        const char* why;
-    } cases[] = {
-        {2, 0, 0, 0, 0, "2*13107 = 0.8 steps: inter adds a sixth -> 0"},
-        {2, 0, 1, 0, 1, "intra adds a third -> 1"},
-        {-2, 0, 1, 0, -1, "sign restored"},
-        {-2, 0, 0, 0, 0, "negative rounds to 0, not -1"},
-        {-1, 51, 1, 0, 0, "tiny value at a large qp"},
-        {100000, 87, 0, 0, 1, "qp 87: m 9362, shift 29; 1.74 steps inter -> 1"},
-        {100000, 87, 1, 0, 2, "same, intra -> 2"},
-        {11, 6, 0, 1000, 2, "scale table: shift 12, 2.69 steps, inter -> 2"},
-        {11, 6, 1, 1000, 3, "intra -> 3"},
-    };
-    Zep16s scan[16] = {9, 1, 2, 3, 4, 5, 6, 7, 8, 0, 10, 11, 12, 13, 14, 15};
-    for (const auto& k : cases) {
-        Zep32s src[16] = {k.c}, dst[16], scale[16], n = -1, last = -1;
-        std::fill(scale, scale + 16, k.scale);
-        ASSERT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(src, dst, &n, &last, k.scale ? scale : nullptr, scan, k.qp,
-                                                         k.intra),
-                  zepStatusOk);
-        EXPECT_EQ(dst[0], k.level) << k.why;
-        EXPECT_EQ(n, k.level ? 1 : 0) << k.why;
-        EXPECT_EQ(last, k.level ? 9 : 0) << k.why;
-    }
+// One kernel against the reference: the padded levels and both counts.
+template <class T, class F>
+::testing::AssertionResult quant_same(F rf, F kf, const T* c, const Zep32s* m, const Zep16s* scanPos, Zep32s rnd,
+                                      int shift, const std::string& ctx) {
+    Padded<T> e(static_cast<T>(0x7E7E7E7E)), g(static_cast<T>(0x7E7E7E7E));
+    Zep32s ce[2] = {-1, -1}, cg[2] = {-2, -2};
+    rf(c, e.data(), &ce[0], &ce[1], m, scanPos, rnd, shift);
+    kf(c, g.data(), &cg[0], &cg[1], m, scanPos, rnd, shift);
+    const auto r = same_array(e.v.data(), g.v.data(), e.v.size(), ctx);
+    return r ? same_array(ce, cg, 2, "counts " + ctx) : r;
 }
 
 // Each kernel against the reference on the full input range: wrapped
@@ -239,10 +209,9 @@ TEST(QuantKernels, EveryLevelMatchesReference) {
         Rng rng(9);
         for (Pattern pat : kAllPatterns)
             for (int it = 0; it < kIters; ++it) {
-                const int qp = rng.range(0, 87), intra = rng.coin();
-                const int div = qp / 6;
-                const int shiftFlat = 15 + div, shiftScale = 11 + div;
-                const Zep32s rndFlat = zep::fwdq_round15[div + intra], rndScale = zep::fwdq_round11[div + intra];
+                const int qp = rng.range(0, 87), intra = rng.coin(), div = qp / 6;
+                // The 16-bit quantiser with built-in multipliers only sees qp 0..51.
+                const int qp16 = qp % 52;
                 const int off = rng.range(0, 7);
                 std::vector<Zep16s> c16(32), scanPos(32);
                 std::vector<Zep32s> c32(32), mult(32);
@@ -257,94 +226,161 @@ TEST(QuantKernels, EveryLevelMatchesReference) {
                     const auto p = random_scan_pos(rng);
                     std::copy(p.begin(), p.end(), scanPos.begin() + off);
                 }
-                const Zep32s* flat = zep::fwdq_flat_mult[qp % 6].data();
-                // The 16-bit quantiser with built-in multipliers only sees qp 0..51.
-                const int qp16 = qp % 52;
-                const Zep32s* flat16 = zep::fwdq_flat_mult[qp16 % 6].data();
-                const int shiftFlat16 = 15 + qp16 / 6;
-                const Zep32s rndFlat16 = zep::fwdq_round15[qp16 / 6 + intra];
-                const std::string ctx = "qp " + std::to_string(qp) + " intra " + std::to_string(intra) +
-                                        " offset " + std::to_string(off);
-                auto run16 = [&](zep::Quant16Fn f, const Zep32s* m, Zep32s rnd, int sh, Padded<Zep16s>& d,
-                                 Zep32s (&cnt)[2]) {
-                    f(c16.data() + off, d.data(), &cnt[0], &cnt[1], m, scanPos.data() + off, rnd, sh);
-                };
-                {
-                    Padded<Zep16s> e(0x7E7E), g(0x7E7E);
-                    Zep32s ce[2] = {-1, -1}, cg[2] = {-2, -2};
-                    run16(ref.quant16Flat, flat16, rndFlat16, shiftFlat16, e, ce);
-                    run16(k.quant16Flat, flat16, rndFlat16, shiftFlat16, g, cg);
-                    ASSERT_TRUE(same_array(e.v.data(), g.v.data(), e.v.size(), context(level, pat, "flat16 " + ctx)));
-                    ASSERT_TRUE(same_array(ce, cg, 2, context(level, pat, "flat16 counts " + ctx)));
-                }
-                {
-                    Padded<Zep16s> e(0x7E7E), g(0x7E7E);
-                    Zep32s ce[2] = {-1, -1}, cg[2] = {-2, -2};
-                    run16(ref.quant16, mult.data() + off, rndScale, shiftScale, e, ce);
-                    run16(k.quant16, mult.data() + off, rndScale, shiftScale, g, cg);
-                    ASSERT_TRUE(same_array(e.v.data(), g.v.data(), e.v.size(), context(level, pat, "quant16 " + ctx)));
-                    ASSERT_TRUE(same_array(ce, cg, 2, context(level, pat, "quant16 counts " + ctx)));
-                }
-                for (int useFlat = 0; useFlat < 2; ++useFlat) {
-                    Padded<Zep32s> e(0x7E7E7E7E), g(0x7E7E7E7E);
-                    Zep32s ce[2] = {-1, -1}, cg[2] = {-2, -2};
-                    const Zep32s* m = useFlat ? flat : mult.data() + off;
-                    const Zep32s rnd = useFlat ? rndFlat : rndScale;
-                    const int sh = useFlat ? shiftFlat : shiftScale;
-                    ref.quant32(c32.data() + off, e.data(), &ce[0], &ce[1], m, scanPos.data() + off, rnd, sh);
-                    k.quant32(c32.data() + off, g.data(), &cg[0], &cg[1], m, scanPos.data() + off, rnd, sh);
-                    ASSERT_TRUE(same_array(e.v.data(), g.v.data(), e.v.size(), context(level, pat, "quant32 " + ctx)));
-                    ASSERT_TRUE(same_array(ce, cg, 2, context(level, pat, "quant32 counts " + ctx)));
-                }
+                const Zep16s* sp = scanPos.data() + off;
+                const Zep32s* m = mult.data() + off;
+                const Zep32s rndScale = zep::fwdq_round11[div + intra];
+                const std::string ctx = context(level, pat, "qp " + std::to_string(qp) + " intra " +
+                                                                std::to_string(intra) + " offset " + std::to_string(off));
+                ASSERT_TRUE(quant_same(ref.quant16Flat, k.quant16Flat, c16.data() + off,
+                                       zep::fwdq_flat_mult[qp16 % 6].data(), sp, zep::fwdq_round15[qp16 / 6 + intra],
+                                       15 + qp16 / 6, "flat16 " + ctx));
+                ASSERT_TRUE(quant_same(ref.quant16, k.quant16, c16.data() + off, m, sp, rndScale, 11 + div,
+                                       "quant16 " + ctx));
+                ASSERT_TRUE(quant_same(ref.quant32, k.quant32, c32.data() + off, zep::fwdq_flat_mult[qp % 6].data(),
+                                       sp, zep::fwdq_round15[div + intra], 15 + div, "quant32 flat " + ctx));
+                ASSERT_TRUE(quant_same(ref.quant32, k.quant32, c32.data() + off, m, sp, rndScale, 11 + div,
+                                       "quant32 " + ctx));
             }
     }
 }
 
-TEST(QuantEntry, AllZeroBlockHasNoLevels) {
-    const Zep16s scan[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0};
-    Zep16s c16[16] = {1, -1, 2, -2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, d16[16];
-    Zep32s n = -1, last = -1;
-    // qp 51 inter: |c| * 9362 + rounding stays below 2^23, so every level is 0.
-    ASSERT_EQ(zepiQuantizeResidual4x4Fwd_H264_16s_C1(c16, d16, &n, &last, nullptr, scan, 51, 0), zepStatusOk);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(last, 0);
-    EXPECT_TRUE(std::all_of(d16, d16 + 16, [](Zep16s v) { return v == 0; }));
-}
+// ---------------------------------------------------------------- checks
 
-// Pointers in argument order, then the qp range; nothing is written on error.
-TEST(QuantEntry, BadArgumentsWriteNothing) {
-    Zep16s c16[16] = {100}, scan[16] = {};
-    Zep32s c32[16] = {100}, scale[16] = {};
+// Every pointer (the scale table only where it is required), checked before
+// the qp range; nothing is written on error.
+TEST(FwdQuantEntry, BadArgumentsWriteNothing) {
+    Zep16s s16[16] = {100}, scan[16] = {};
+    Zep32s s32[16] = {100}, scale[16] = {};
     Guarded<Zep16s> d16(16);
     Guarded<Zep32s> d32(16), n(1), last(1);
-    using Q32 = ZepStatus (*)(const Zep32s*, Zep32s*, Zep32s*, Zep32s*, const Zep32s*, const Zep16s*, Zep32u, Zep32s);
-    using Q16 = ZepStatus (*)(const Zep16s*, Zep16s*, Zep32s*, Zep32s*, const Zep32s*, const Zep16s*, Zep32u, Zep32s);
-    const Q32 q32 = zepiQuantizeResidual4x4Fwd_H264_32s_C1;
-    EXPECT_EQ(q32(nullptr, d32.data(), n.data(), last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, nullptr, n.data(), last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, d32.data(), nullptr, last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, d32.data(), n.data(), nullptr, scale, scan, 0, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, d32.data(), n.data(), last.data(), scale, nullptr, 0, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, d32.data(), n.data(), last.data(), nullptr, scan, 88, 0), zepStatusOutOfRange);
-    EXPECT_EQ(q32(nullptr, d32.data(), n.data(), last.data(), nullptr, scan, 88, 0), zepStatusNullPtr);
-    EXPECT_EQ(q32(c32, d32.data(), n.data(), last.data(), nullptr, scan, 0xFFFFFFFFu, 1), zepStatusOutOfRange);
-    for (const Q16 q16 : {Q16{zepiQuantizeResidual4x4Fwd_H264_16s_C1}, Q16{zepiQuantizeResidual4x4Fwd_H264_16s32s_C1}}) {
-        EXPECT_EQ(q16(nullptr, d16.data(), n.data(), last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-        EXPECT_EQ(q16(c16, nullptr, n.data(), last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-        EXPECT_EQ(q16(c16, d16.data(), nullptr, last.data(), scale, scan, 0, 0), zepStatusNullPtr);
-        EXPECT_EQ(q16(c16, d16.data(), n.data(), nullptr, scale, scan, 0, 0), zepStatusNullPtr);
-        EXPECT_EQ(q16(c16, d16.data(), n.data(), last.data(), scale, nullptr, 0, 0), zepStatusNullPtr);
-        EXPECT_EQ(q16(c16, d16.data(), n.data(), last.data(), scale, scan, 52, 0), zepStatusOutOfRange);
-        EXPECT_EQ(q16(nullptr, d16.data(), n.data(), last.data(), scale, scan, 52, 0), zepStatusNullPtr);
+    EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Fwd_H264_16s_C1, s16, d16.data()));
+    EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Fwd_H264_32s_C1, s32, d32.data()));
+    for (Zep32u qp : {0u, 88u}) {
+        EXPECT_TRUE(null_sweep_except({4}, zepiQuantizeResidual4x4Fwd_H264_32s_C1, s32, d32.data(), n.data(),
+                                      last.data(), scale, scan, qp, 0));
+        EXPECT_TRUE(null_sweep_except({4}, zepiQuantizeResidual4x4Fwd_H264_16s_C1, s16, d16.data(), n.data(),
+                                      last.data(), scale, scan, qp == 0 ? 0u : 52u, 0));
+        EXPECT_TRUE(null_sweep(zepiQuantizeResidual4x4Fwd_H264_16s32s_C1, s16, d16.data(), n.data(), last.data(),
+                               scale, scan, qp == 0 ? 0u : 52u, 0));
     }
-    // The scale table is optional for 16s, required for 16s32s.
-    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_16s32s_C1(c16, d16.data(), n.data(), last.data(), nullptr, scan, 0, 0),
-              zepStatusNullPtr);
+    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, d32.data(), n.data(), last.data(), nullptr, scan, 88, 0),
+              zepStatusOutOfRange);
+    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, d32.data(), n.data(), last.data(), nullptr, scan,
+                                                     0xFFFFFFFFu, 1),
+              zepStatusOutOfRange);
+    for (const Q16 q16 : {Q16{zepiQuantizeResidual4x4Fwd_H264_16s_C1}, Q16{zepiQuantizeResidual4x4Fwd_H264_16s32s_C1}})
+        EXPECT_EQ(q16(s16, d16.data(), n.data(), last.data(), scale, scan, 52, 0), zepStatusOutOfRange);
     EXPECT_TRUE(d16.untouched() && d32.untouched() && n.untouched() && last.untouched());
-    Zep16s out[16];
+    // The extreme valid qps are accepted, the scale table optional where it may be.
     Zep32s cnt = 0, pos = 0;
-    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_16s_C1(c16, out, &cnt, &pos, nullptr, scan, 51, 0), zepStatusOk);
-    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(c32, d32.data(), &cnt, &pos, nullptr, scan, 87, 0), zepStatusOk);
+    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_16s_C1(s16, s16, &cnt, &pos, nullptr, scan, 51, 0), zepStatusOk);
+    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, s32, &cnt, &pos, nullptr, scan, 87, 0), zepStatusOk);
+}
+
+// ---------------------------------------------------------------- round trips
+//
+// Random residual -> forward transform -> quantise -> dequantise and inverse
+// transform must come back within the error the quantiser step allows. The
+// core transform has orthogonal rows of norms 2, sqrt(10), 2, sqrt(10), so
+// coefficient i is norm_i times an orthonormal coefficient, and the step at i
+// is Q_i = 2^shift / (norm_i * m_i). The dead zone keeps every orthonormal
+// coefficient within (1 - f) * Q_i of its reconstruction (f = 1/3 intra, 1/6
+// inter), so by Parseval the block's pixel error has an L2 norm of at most
+// sqrt(sum ((1 - f) Q_i)^2), plus the integer rounding of the inverse transform.
+double error_bound(int qp, bool intra, const Zep32s* mult, int baseShift) {
+    const double norm[3] = {4.0, 2.0 * std::sqrt(10.0), 10.0};
+    const double keep = 1.0 - (intra ? 1.0 / 3 : 1.0 / 6);
+    double sum = 0;
+    for (int i = 0; i < 16; ++i) {
+        const double q = keep * std::ldexp(1.0, baseShift + qp / 6) / (norm[pos_class(i)] * mult[i]);
+        sum += q * q;
+    }
+    return std::sqrt(sum) + 2.0;
+}
+
+// One 16x16 macroblock per case: prediction and source at random (full range,
+// or the source close to the prediction), each block transformed and
+// quantised (built-in multipliers or the flat scale table), the coded ones
+// handed to the decoder's inter reconstruction.
+TEST(QuantRoundTrip, MacroblockThroughDecoderReconstruction) {
+    constexpr int kStep = 24;
+    Rng rng(40);
+    for (int useScale = 0; useScale < 2; ++useScale)
+        for (int qp = 0; qp <= 51; ++qp)
+            for (int intra = 0; intra < 2; ++intra)
+                for (int it = 0; it < 12; ++it) {
+                    std::vector<Zep8u> src(16 * kStep), plane(16 * kStep);
+                    const int noise = it % 3 == 0 ? 8 : 255;
+                    for (int o = 0; o < 16 * kStep; ++o) {
+                        plane[o] = static_cast<Zep8u>(rng.range(0, 255));
+                        src[o] = static_cast<Zep8u>(std::clamp(plane[o] + rng.range(-noise, noise), 0, 255));
+                    }
+                    Zep32s scale[16], flat[16];
+                    Zep16s ls[16];  // flat LevelScale4x4 (weight 16)
+                    for (int i = 0; i < 16; ++i) {
+                        flat[i] = kMult[qp % 6][pos_class(i)];
+                        scale[i] = (flat[i] + 8) >> 4;  // flat weights: the built-in multipliers over 16
+                        ls[i] = static_cast<Zep16s>(16 * kNormAdjust[qp % 6][pos_class(i)]);
+                    }
+                    auto at = [&](int k, int i) { return (kBlockY[k] + i / 4) * kStep + kBlockX[k] + i % 4; };
+                    std::vector<Zep16s> coeffs;
+                    Zep32u cbp = 0;
+                    for (int k = 0; k < 16; ++k) {
+                        Zep16s r[16], c[16], lv[16];
+                        for (int i = 0; i < 16; ++i) r[i] = static_cast<Zep16s>(src[at(k, i)] - plane[at(k, i)]);
+                        Zep32s n = 0, last = 0;
+                        ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(r, c), zepStatusOk);
+                        ASSERT_EQ(useScale ? zepiQuantizeResidual4x4Fwd_H264_16s32s_C1(c, lv, &n, &last, scale,
+                                                                                       kZigzagPos, qp, intra)
+                                           : zepiQuantizeResidual4x4Fwd_H264_16s_C1(c, lv, &n, &last, nullptr,
+                                                                                    kZigzagPos, qp, intra),
+                                  zepStatusOk);
+                        if (n == 0) continue;
+                        cbp |= 2u << k;
+                        coeffs.insert(coeffs.end(), lv, lv + 16);
+                    }
+                    coeffs.resize(coeffs.size() + 16);  // never empty
+                    Zep16s* cur = coeffs.data();
+                    ASSERT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&cur, plane.data(), kStep, cbp, qp, ls, 0),
+                              zepStatusOk);
+                    ASSERT_EQ(cur, coeffs.data() + coeffs.size() - 16);
+                    const double bound = error_bound(qp, intra, useScale ? scale : flat, useScale ? 11 : 15);
+                    for (int k = 0; k < 16; ++k) {
+                        double sq = 0;
+                        for (int i = 0; i < 16; ++i) {
+                            const int e = src[at(k, i)] - plane[at(k, i)];
+                            sq += e * e;
+                        }
+                        ASSERT_LE(std::sqrt(sq), bound) << "qp " << qp << " intra " << intra << " scale " << useScale
+                                                        << " block " << k << " iteration " << it;
+                    }
+                }
+}
+
+// 32-bit path over the whole qp range 0..87 (high bit depths): residuals of
+// 12 bits, whose products stay inside 32 bits; dequantised as a decoder does
+// (level * LevelScale << qp/6, >> 4 with rounding below qp 24), then the
+// stand-alone 32-bit inverse transform.
+TEST(QuantRoundTrip, ThirtyTwoBitOverTheWholeQpRange) {
+    Rng rng(42);
+    for (int qp = 0; qp <= 87; ++qp)
+        for (int intra = 0; intra < 2; ++intra)
+            for (int it = 0; it < 200; ++it) {
+                const int lim = it & 1 ? 2047 : 40, q6 = qp / 6;
+                Zep32s r[16], c[16], lv[16], d[16], back[16], flat[16], n = 0, last = 0;
+                for (int i = 0; i < 16; ++i) r[i] = rng.range(-lim, lim), flat[i] = kMult[qp % 6][pos_class(i)];
+                ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_32s_C1(r, c), zepStatusOk);
+                ASSERT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(c, lv, &n, &last, nullptr, kZigzagPos, qp, intra),
+                          zepStatusOk);
+                for (int i = 0; i < 16; ++i) {
+                    const int64_t v = int64_t{lv[i]} * 16 * kNormAdjust[qp % 6][pos_class(i)];
+                    d[i] = static_cast<Zep32s>(q6 >= 4 ? v << (q6 - 4) : (v + (int64_t{1} << (3 - q6))) >> (4 - q6));
+                }
+                ASSERT_EQ(zepiTransformResidual4x4Inv_H264_32s_C1(d, back), zepStatusOk);
+                double sq = 0;
+                for (int i = 0; i < 16; ++i) sq += double(back[i] - r[i]) * (back[i] - r[i]);
+                ASSERT_LE(std::sqrt(sq), error_bound(qp, intra, flat, 15)) << "qp " << qp << " intra " << intra;
+            }
 }
 
 }  // namespace
