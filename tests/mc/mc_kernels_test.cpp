@@ -1,6 +1,7 @@
 // Block compensation and differences: every table entry of every SIMD level
 // against the scalar reference, on random geometry and value patterns.
-#include <functional>
+#include <array>
+#include <type_traits>
 
 #include "harness/harness.h"
 
@@ -38,13 +39,11 @@ struct In {
     }
 };
 
-// Outputs; built twice from the same seed so both start identical (the
-// in-place kernels read the destination). The border catches overwrites.
+// Outputs, built twice from one seed so both start identical (the in-place
+// kernels read the destination). The border catches overwrites.
 struct Out {
     Picture<Zep8u> dst, pred;
     Picture<Zep16s> diff, diffV;
-    Out(uint64_t seed, int w, int h)
-        : Out(Rng(seed), w, h) {}
     Out(Rng rng, int w, int h)
         : dst(Picture<Zep8u>::random(rng, w, h, 1)),
           pred(Picture<Zep8u>::random(rng, w, h, 1)),
@@ -57,224 +56,183 @@ struct Out {
     }
 };
 
-using Call = std::function<void(const McDsp&, In&, Out&)>;
-
-struct Case {
-    std::string name;
-    int w, h;  // block size in samples of the widest picture involved
-    Call call;
-};
-
-::testing::AssertionResult same_out(Out& e, Out& g, const std::string& ctx) {
-    if (auto r = same_array(e.dst.block(), g.dst.block(), "dst: " + ctx); !r) return r;
-    if (auto r = same_array(e.pred.block(), g.pred.block(), "pred: " + ctx); !r) return r;
-    if (auto r = same_array(e.diff.block(), g.diff.block(), "diff: " + ctx); !r) return r;
-    if (auto r = same_array(e.diffV.block(), g.diffV.block(), "diffV: " + ctx); !r) return r;
-    if (e.dst.dump() != g.dst.dump() || e.pred.dump() != g.pred.dump() || e.diff.dump() != g.diff.dump() ||
-        e.diffV.dump() != g.diffV.dump())
-        return ::testing::AssertionFailure() << "wrote outside the block: " << ctx;
-    return ::testing::AssertionSuccess();
+// Both runs wrote the same outputs, and nothing outside the blocks.
+::testing::AssertionResult same_out(const Out& e, const Out& g) {
+    auto one = [](const auto& a, const auto& b, const char* what) {
+        if (auto r = same_array(a.block(), b.block(), what); !r) return r;
+        if (a.dump() != b.dump()) return ::testing::AssertionFailure() << what << ": wrote outside the block";
+        return ::testing::AssertionSuccess();
+    };
+    if (auto r = one(e.dst, g.dst, "dst"); !r) return r;
+    if (auto r = one(e.pred, g.pred, "pred"); !r) return r;
+    if (auto r = one(e.diff, g.diff, "diff"); !r) return r;
+    return one(e.diffV, g.diffV, "diffV");
 }
 
-void run_cases(const std::vector<Case>& cases) {
+// A family of kernels: `entries` table entries (1: a single kernel), each run
+// at every {block height, p} pair, where p is the height or rounding passed.
+using Call = void (*)(const McDsp&, In&, Out&, int i, int p);
+using Hp = std::vector<std::array<int, 2>>;
+struct Family {
+    const char* name;
+    int entries, w;
+    Hp hp;
+    Call call;
+};
+Hp heights(std::initializer_list<int> hs) {
+    Hp r;
+    for (int h : hs) r.push_back({h, h});
+    return r;
+}
+Hp roundings(int h) { return {{h, 0}, {h, 1}}; }
+
+void run(const std::vector<Family>& families) {
     const McDsp ref = zep::build_table(zep::mc_init, Isa::Ref);
     for (Isa level : simd_levels()) {
         const McDsp k = zep::build_table(zep::mc_init, level);
         Rng rng(11);
-        for (const Case& c : cases)
-            for (Pattern pat : kAllPatterns)
-                for (int it = 0; it < kIters; ++it) {
-                    In in(rng, c.w, c.h, pat);
-                    const uint64_t seed = rng.u32();
-                    Out e(seed, c.w, c.h), g(seed, c.w, c.h);
-                    c.call(ref, in, e);
-                    c.call(k, in, g);
-                    ASSERT_TRUE(same_out(e, g, context(level, pat, c.name + ", " + in.describe())));
-                }
+        for (const Family& f : families)
+            for (int i = 0; i < f.entries; ++i)
+                for (auto [h, p] : f.hp)
+                    for (Pattern pat : kAllPatterns)
+                        for (int it = 0; it < kIters; ++it) {
+                            In in(rng, f.w, h, pat);
+                            const uint64_t seed = rng.u32();
+                            Out e{Rng(seed), f.w, h}, g{Rng(seed), f.w, h};
+                            f.call(ref, in, e, i, p);
+                            f.call(k, in, g, i, p);
+                            ASSERT_TRUE(same_out(e, g))
+                                << context(level, pat, std::string(f.name) + "[" + std::to_string(i) + "] p " +
+                                                           std::to_string(p) + ", " + in.describe());
+                        }
     }
 }
 
-std::string entry(const char* table, int i, const std::string& extra = "") {
-    return std::string(table) + "[" + std::to_string(i) + "]" + extra;
+// Entry i of a table member, or the member itself when it is a single kernel.
+template <auto M>
+auto pick(const McDsp& t, int i) {
+    if constexpr (std::is_array_v<std::remove_reference_t<decltype(t.*M)>>) return (t.*M)[i];
+    else return t.*M;
+}
+
+// Calls by signature.
+template <auto M>
+void mc(const McDsp& t, In& in, Out& o, int i, int p) {
+    pick<M>(t, i)(in.refF.data(), in.refF.step(), in.res.data(), in.res.step(), o.dst.data(), o.dst.step(), p);
+}
+template <auto M>
+void mcB(const McDsp& t, In& in, Out& o, int i, int p) {
+    pick<M>(t, i)(in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), in.res.data(), in.res.step(),
+                  o.dst.data(), o.dst.step(), p);
+}
+template <auto M>
+void copy(const McDsp& t, In& in, Out& o, int i, int) {
+    pick<M>(t, i)(in.refF.data(), in.refF.step(), o.dst.data(), o.dst.step());
+}
+template <auto M>
+void average(const McDsp& t, In& in, Out& o, int, int) {
+    (t.*M)(in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), o.dst.data(), o.dst.step());
+}
+template <auto M>
+void diff(const McDsp& t, In& in, Out& o, int i, int rnd) {
+    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
+                  o.pred.data(), o.pred.step(), rnd);
+}
+template <auto M>
+void diffB(const McDsp& t, In& in, Out& o, int i, int rnd) {
+    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
+                  o.diff.data(), o.diff.step(), rnd);
+}
+template <auto M>
+void diffChroma(const McDsp& t, In& in, Out& o, int i, int rnd) {
+    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
+                  o.diffV.data(), o.diffV.step(), rnd);
+}
+template <auto M>
+void diffChromaB(const McDsp& t, In& in, Out& o, int i, int rnd) {
+    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
+                  o.diff.data(), o.diff.step(), o.diffV.data(), o.diffV.step(), rnd);
+}
+template <auto M>
+void sub(const McDsp& t, In& in, Out& o, int, int) {
+    (t.*M)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step());
 }
 
 TEST(McKernels, SingleCompensationMatchesReference) {
-    std::vector<Case> cases;
-    auto add = [&](const char* name, zep::McFn (McDsp::*table)[8], int w, std::initializer_list<int> heights) {
-        for (int h : heights)
-            for (int i = 0; i < 8; ++i)
-                cases.push_back({entry(name, i, " h" + std::to_string(h)), w, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.refF.data(), in.refF.step(), in.res.data(), in.res.step(),
-                                                   o.dst.data(), o.dst.step(), h);
-                                 }});
-    };
-    add("mc16", &McDsp::mc16, 16, {16, 8});
-    add("mc8", &McDsp::mc8, 8, {16, 8, 4});
-    add("mcUV", &McDsp::mcUV, 16, {8, 4});
-    add("add8x8Hp", &McDsp::add8x8Hp, 8, {8});
-    auto small = [&](const char* name, zep::McSmallFn (McDsp::*table)[4], int w, int h) {
-        for (int i = 0; i < 4; ++i)
-            for (int rnd = 0; rnd < 2; ++rnd)
-                cases.push_back({entry(name, i, " rnd " + std::to_string(rnd)), w, h,
-                                 [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.refF.data(), in.refF.step(), in.res.data(), in.res.step(),
-                                                   o.dst.data(), o.dst.step(), rnd);
-                                 }});
-    };
-    small("mc4x8", &McDsp::mc4x8, 4, 8);
-    small("mc4x4", &McDsp::mc4x4, 4, 4);
-    small("mc4x2", &McDsp::mc4x2, 4, 2);
-    small("mc2x4", &McDsp::mc2x4, 2, 4);
-    small("mc2x2", &McDsp::mc2x2, 2, 2);
-    for (int h : {8, 4})
-        for (int i = 0; i < 8; ++i)
-            cases.push_back({entry("mcChroma", i, " h" + std::to_string(h)), 16, h, [=](const McDsp& t, In& in, Out& o) {
-                                 t.mcChroma[i](in.refF.data(), in.refF.step(), in.res.data(), in.resV.data(),
-                                               in.res.step(), o.dst.data(), o.dst.step(), h);
-                             }});
-    run_cases(cases);
+    run({{"mc16", 8, 16, heights({16, 8}), mc<&McDsp::mc16>},
+         {"mc8", 8, 8, heights({16, 8, 4}), mc<&McDsp::mc8>},
+         {"mcUV", 8, 16, heights({8, 4}), mc<&McDsp::mcUV>},
+         {"add8x8Hp", 8, 8, heights({8}), mc<&McDsp::add8x8Hp>},
+         {"mc4x8", 4, 4, roundings(8), mc<&McDsp::mc4x8>},
+         {"mc4x4", 4, 4, roundings(4), mc<&McDsp::mc4x4>},
+         {"mc4x2", 4, 4, roundings(2), mc<&McDsp::mc4x2>},
+         {"mc2x4", 4, 2, roundings(4), mc<&McDsp::mc2x4>},
+         {"mc2x2", 4, 2, roundings(2), mc<&McDsp::mc2x2>},
+         {"mcChroma", 8, 16, heights({8, 4}), [](const McDsp& t, In& in, Out& o, int i, int h) {
+              t.mcChroma[i](in.refF.data(), in.refF.step(), in.res.data(), in.resV.data(), in.res.step(),
+                            o.dst.data(), o.dst.step(), h);
+          }}});
 }
 
 TEST(McKernels, BidirectionalCompensationMatchesReference) {
-    std::vector<Case> cases;
-    auto add = [&](const char* name, zep::McBFn (McDsp::*table)[32], int w, std::initializer_list<int> heights) {
-        for (int h : heights)
-            for (int i = 0; i < 32; ++i)
-                cases.push_back({entry(name, i, " h" + std::to_string(h)), w, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
-                                                   in.res.data(), in.res.step(), o.dst.data(), o.dst.step(), h);
-                                 }});
-    };
-    add("mcB16", &McDsp::mcB16, 16, {16, 8});
-    add("mcB8", &McDsp::mcB8, 8, {16, 8, 4});
-    add("mcBUV", &McDsp::mcBUV, 16, {8, 4});
-    auto small = [&](const char* name, zep::McBSmallFn (McDsp::*table)[16], int w, int h) {
-        for (int i = 0; i < 16; ++i)
-            for (int rnd = 0; rnd < 2; ++rnd)
-                cases.push_back({entry(name, i, " rnd " + std::to_string(rnd)), w, h,
-                                 [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
-                                                   in.res.data(), in.res.step(), o.dst.data(), o.dst.step(), rnd);
-                                 }});
-    };
-    small("mcB4x8", &McDsp::mcB4x8, 4, 8);
-    small("mcB4x4", &McDsp::mcB4x4, 4, 4);
-    small("mcB4x2", &McDsp::mcB4x2, 4, 2);
-    small("mcB2x4", &McDsp::mcB2x4, 2, 4);
-    small("mcB2x2", &McDsp::mcB2x2, 2, 2);
-    for (int h : {8, 4})
-        for (int i = 0; i < 32; ++i)
-            cases.push_back({entry("mcChromaB", i, " h" + std::to_string(h)), 16, h,
-                             [=](const McDsp& t, In& in, Out& o) {
-                                 t.mcChromaB[i](in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
-                                                in.res.data(), in.resV.data(), in.res.step(), o.dst.data(),
-                                                o.dst.step(), h);
-                             }});
-    run_cases(cases);
+    run({{"mcB16", 32, 16, heights({16, 8}), mcB<&McDsp::mcB16>},
+         {"mcB8", 32, 8, heights({16, 8, 4}), mcB<&McDsp::mcB8>},
+         {"mcBUV", 32, 16, heights({8, 4}), mcB<&McDsp::mcBUV>},
+         {"mcB4x8", 16, 4, roundings(8), mcB<&McDsp::mcB4x8>},
+         {"mcB4x4", 16, 4, roundings(4), mcB<&McDsp::mcB4x4>},
+         {"mcB4x2", 16, 4, roundings(2), mcB<&McDsp::mcB4x2>},
+         {"mcB2x4", 16, 2, roundings(4), mcB<&McDsp::mcB2x4>},
+         {"mcB2x2", 16, 2, roundings(2), mcB<&McDsp::mcB2x2>},
+         {"mcChromaB", 32, 16, heights({8, 4}), [](const McDsp& t, In& in, Out& o, int i, int h) {
+              t.mcChromaB[i](in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), in.res.data(),
+                             in.resV.data(), in.res.step(), o.dst.data(), o.dst.step(), h);
+          }}});
 }
 
 TEST(McKernels, CopiesAndAveragesMatchReference) {
-    std::vector<Case> cases;
-    auto add = [&](const char* name, zep::CopyFn (McDsp::*table)[8], int w, int h) {
-        for (int i = 0; i < 8; ++i)
-            cases.push_back({entry(name, i), w, h, [=](const McDsp& t, In& in, Out& o) {
-                                 (t.*table)[i](in.refF.data(), in.refF.step(), o.dst.data(), o.dst.step());
-                             }});
-    };
-    add("copyHp16x16", &McDsp::copyHp16x16, 16, 16);
-    add("copyHp16x8", &McDsp::copyHp16x8, 16, 8);
-    add("copyHp8x8", &McDsp::copyHp8x8, 8, 8);
-    add("copyHp8x4", &McDsp::copyHp8x4, 8, 4);
-    add("interpAvg16x16", &McDsp::interpAvg16x16, 16, 16);
-    add("interpAvg16x8", &McDsp::interpAvg16x8, 16, 8);
-    add("interpAvg8x8", &McDsp::interpAvg8x8, 8, 8);
-    add("interpAvg8x4", &McDsp::interpAvg8x4, 8, 4);
-    auto one = [&](const char* name, zep::CopyFn McDsp::*fn, int n) {
-        cases.push_back({name, n, n, [=](const McDsp& t, In& in, Out& o) {
-                             (t.*fn)(in.refF.data(), in.refF.step(), o.dst.data(), o.dst.step());
-                         }});
-    };
-    one("copy16x16", &McDsp::copy16x16, 16);
-    one("copy8x8", &McDsp::copy8x8, 8);
-    one("averageI16x16", &McDsp::averageI16x16, 16);
-    one("averageI8x8", &McDsp::averageI8x8, 8);
-    auto avg = [&](const char* name, zep::AverageFn McDsp::*fn, int n) {
-        cases.push_back({name, n, n, [=](const McDsp& t, In& in, Out& o) {
-                             (t.*fn)(in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), o.dst.data(),
-                                     o.dst.step());
-                         }});
-    };
-    avg("average16x16", &McDsp::average16x16, 16);
-    avg("average8x8", &McDsp::average8x8, 8);
-    cases.push_back({"add8x8", 8, 8, [](const McDsp& t, In& in, Out& o) {
-                         t.add8x8(in.res.data(), in.res.step(), o.dst.data(), o.dst.step());
-                     }});
-    for (int v : {-32768, -256, -1, 0, 1, 77, 255, 32767})
-        cases.push_back({"addc8x8 " + std::to_string(v), 8, 8,
-                         [=](const McDsp& t, In&, Out& o) { t.addc8x8(o.dst.data(), o.dst.step(), v); }});
-    run_cases(cases);
+    run({{"copyHp16x16", 8, 16, {{16, 0}}, copy<&McDsp::copyHp16x16>},
+         {"copyHp16x8", 8, 16, {{8, 0}}, copy<&McDsp::copyHp16x8>},
+         {"copyHp8x8", 8, 8, {{8, 0}}, copy<&McDsp::copyHp8x8>},
+         {"copyHp8x4", 8, 8, {{4, 0}}, copy<&McDsp::copyHp8x4>},
+         {"interpAvg16x16", 8, 16, {{16, 0}}, copy<&McDsp::interpAvg16x16>},
+         {"interpAvg16x8", 8, 16, {{8, 0}}, copy<&McDsp::interpAvg16x8>},
+         {"interpAvg8x8", 8, 8, {{8, 0}}, copy<&McDsp::interpAvg8x8>},
+         {"interpAvg8x4", 8, 8, {{4, 0}}, copy<&McDsp::interpAvg8x4>},
+         {"copy16x16", 1, 16, {{16, 0}}, copy<&McDsp::copy16x16>},
+         {"copy8x8", 1, 8, {{8, 0}}, copy<&McDsp::copy8x8>},
+         {"averageI16x16", 1, 16, {{16, 0}}, copy<&McDsp::averageI16x16>},
+         {"averageI8x8", 1, 8, {{8, 0}}, copy<&McDsp::averageI8x8>},
+         {"add8x8", 1, 8, {{8, 0}}, [](const McDsp& t, In& in, Out& o, int, int) {
+              t.add8x8(in.res.data(), in.res.step(), o.dst.data(), o.dst.step());
+          }},
+         {"addc8x8", 1, 8, {{8, -32768}, {8, -256}, {8, -1}, {8, 0}, {8, 1}, {8, 77}, {8, 255}, {8, 32767}},
+          [](const McDsp& t, In&, Out& o, int, int v) { t.addc8x8(o.dst.data(), o.dst.step(), v); }},
+         {"average16x16", 1, 16, {{16, 0}}, average<&McDsp::average16x16>},
+         {"average8x8", 1, 8, {{8, 0}}, average<&McDsp::average8x8>}});
 }
 
 TEST(McKernels, DifferencesMatchReference) {
-    std::vector<Case> cases;
-    auto add = [&](const char* name, zep::DiffFn (McDsp::*table)[4], zep::DiffBFn (McDsp::*tableB)[16], int w,
-                   int h) {
-        for (int rnd = 0; rnd < 2; ++rnd) {
-            const std::string r = " rnd " + std::to_string(rnd);
-            for (int i = 0; i < 4; ++i)
-                cases.push_back({entry(name, i, r), w, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(),
-                                                   o.diff.data(), o.diff.step(), o.pred.data(), o.pred.step(), rnd);
-                                 }});
-            for (int i = 0; i < 16; ++i)
-                cases.push_back({entry(name, i, " B" + r), w, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*tableB)[i](in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(),
-                                                    in.refB.data(), in.refB.step(), o.diff.data(), o.diff.step(),
-                                                    rnd);
-                                 }});
-        }
-    };
-    add("diff16x16", &McDsp::diff16x16, &McDsp::diffB16x16, 16, 16);
-    add("diff16x8", &McDsp::diff16x8, &McDsp::diffB16x8, 16, 8);
-    add("diff8x16", &McDsp::diff8x16, &McDsp::diffB8x16, 8, 16);
-    add("diff8x8", &McDsp::diff8x8, &McDsp::diffB8x8, 8, 8);
-    add("diff8x4", &McDsp::diff8x4, &McDsp::diffB8x4, 8, 4);
-    for (int mode = 0; mode < 4; ++mode)
-        for (int rnd = 0; rnd < 2; ++rnd)
-            cases.push_back({"diff4x4 mode " + std::to_string(mode) + " rnd " + std::to_string(rnd), 4, 4,
-                             [=](const McDsp& t, In& in, Out& o) {
-                                 t.diff4x4(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(),
-                                           o.diff.data(), o.diff.step(), o.pred.data(), o.pred.step(), mode, rnd);
-                             }});
-    auto chroma = [&](const char* name, zep::DiffChromaFn (McDsp::*table)[4],
-                      zep::DiffChromaBFn (McDsp::*tableB)[16], int h) {
-        for (int rnd = 0; rnd < 2; ++rnd) {
-            const std::string r = " rnd " + std::to_string(rnd);
-            for (int i = 0; i < 4; ++i)
-                cases.push_back({entry(name, i, r), 16, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*table)[i](in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(),
-                                                   o.diff.data(), o.diff.step(), o.diffV.data(), o.diffV.step(), rnd);
-                                 }});
-            for (int i = 0; i < 16; ++i)
-                cases.push_back({entry(name, i, " B" + r), 16, h, [=](const McDsp& t, In& in, Out& o) {
-                                     (t.*tableB)[i](in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(),
-                                                    in.refB.data(), in.refB.step(), o.diff.data(), o.diff.step(),
-                                                    o.diffV.data(), o.diffV.step(), rnd);
-                                 }});
-        }
-    };
-    chroma("diffChroma8x8", &McDsp::diffChroma8x8, &McDsp::diffChromaB8x8, 8);
-    chroma("diffChroma8x4", &McDsp::diffChroma8x4, &McDsp::diffChromaB8x4, 4);
-    auto sub = [&](const char* name, zep::Sub8uFn McDsp::*fn, int n) {
-        cases.push_back({name, n, n, [=](const McDsp& t, In& in, Out& o) {
-                             (t.*fn)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(),
-                                     o.diff.step());
-                         }});
-    };
-    sub("sub16x16", &McDsp::sub16x16, 16);
-    sub("sub8x8", &McDsp::sub8x8, 8);
-    sub("sub4x4", &McDsp::sub4x4, 4);
-    run_cases(cases);
+    run({{"diff16x16", 4, 16, roundings(16), diff<&McDsp::diff16x16>},
+         {"diff16x8", 4, 16, roundings(8), diff<&McDsp::diff16x8>},
+         {"diff8x16", 4, 8, roundings(16), diff<&McDsp::diff8x16>},
+         {"diff8x8", 4, 8, roundings(8), diff<&McDsp::diff8x8>},
+         {"diff8x4", 4, 8, roundings(4), diff<&McDsp::diff8x4>},
+         {"diffB16x16", 16, 16, roundings(16), diffB<&McDsp::diffB16x16>},
+         {"diffB16x8", 16, 16, roundings(8), diffB<&McDsp::diffB16x8>},
+         {"diffB8x16", 16, 8, roundings(16), diffB<&McDsp::diffB8x16>},
+         {"diffB8x8", 16, 8, roundings(8), diffB<&McDsp::diffB8x8>},
+         {"diffB8x4", 16, 8, roundings(4), diffB<&McDsp::diffB8x4>},
+         {"diff4x4 (entry = mode)", 4, 4, roundings(4), [](const McDsp& t, In& in, Out& o, int mode, int rnd) {
+              t.diff4x4(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
+                        o.pred.data(), o.pred.step(), mode, rnd);
+          }},
+         {"diffChroma8x8", 4, 16, roundings(8), diffChroma<&McDsp::diffChroma8x8>},
+         {"diffChroma8x4", 4, 16, roundings(4), diffChroma<&McDsp::diffChroma8x4>},
+         {"diffChromaB8x8", 16, 16, roundings(8), diffChromaB<&McDsp::diffChromaB8x8>},
+         {"diffChromaB8x4", 16, 16, roundings(4), diffChromaB<&McDsp::diffChromaB8x4>},
+         {"sub16x16", 1, 16, {{16, 0}}, sub<&McDsp::sub16x16>},
+         {"sub8x8", 1, 8, {{8, 0}}, sub<&McDsp::sub8x8>},
+         {"sub4x4", 1, 4, {{4, 0}}, sub<&McDsp::sub4x4>}});
 }
 
 // Both roundings of every pair of samples, at every level (the round-down
@@ -293,19 +251,17 @@ TEST(McKernels, PairAveragesExhaustive) {
                     }
                     t.copyHp16x8[2 * 2 + rnd](src, 17, d16, 16);
                     t.copyHp8x4[2 * 2 + rnd](src + 8, 17, d8, 8);
-                    for (int x = 0; x < 16; ++x) {
-                        const int e = (a + b0 + x + 1 - rnd) >> 1;
-                        ASSERT_EQ(d16[x], e) << zep::isa_name(level) << " " << a << "+" << b0 + x << " rnd " << rnd;
-                        if (x >= 8) {
-                            ASSERT_EQ(d8[x - 8], e) << zep::isa_name(level) << " 8 wide";
-                        }
-                    }
+                    auto e = [&](int x) { return (a + b0 + x + 1 - rnd) >> 1; };
+                    for (int x = 0; x < 16; ++x)
+                        ASSERT_EQ(d16[x], e(x)) << zep::isa_name(level) << " " << a << "+" << b0 + x << " rnd " << rnd;
+                    for (int x = 0; x < 8; ++x)
+                        ASSERT_EQ(d8[x], e(8 + x)) << zep::isa_name(level) << " 8 wide, rnd " << rnd;
                 }
     }
 }
 
-// 16-bit samples: residual planes reinterpreted as 16u pictures, so the full
-// 0..65535 range (and the 16s saturation of the difference) is exercised.
+// 16-bit samples over the full 0..65535 range, so the 16s saturation of the
+// difference is exercised.
 TEST(McKernels, Sub16uMatchesReference) {
     const McDsp ref = zep::build_table(zep::mc_init, Isa::Ref);
     for (Isa level : simd_levels()) {
