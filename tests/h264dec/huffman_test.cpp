@@ -2,6 +2,7 @@
 // every CAVLC table through the lookup, invalid codes, allocation failures.
 #include "harness/cavlc_writer.h"
 #include "harness/harness.h"
+#include "harness/null_sweep.h"
 #include "h264/cavlc_codes.h"
 #include "tables.h"
 #include "vlc/huffman.h"
@@ -11,25 +12,27 @@ namespace {
 using namespace zt;
 
 TEST(Huffman, LayoutWordForWord) {
-    // Widths 2+2; codes 1 -> 5, 01 -> 6, 0010 -> 7, 0001 -> 8 (0000 unused).
-    const Zep32s desc[] = {0, 2, 2, 2, 1, 1, 5, 1, 1, 6, 0, 2, 2, 7, 1, 8, -1};
-    Zep32s* t = nullptr;
-    ASSERT_EQ(zepiHuffmanTableInitAlloc_32s(desc, &t), zepStatusOk);
-    const Zep32u expect[] = {2, (5u << 8) | 0x80, 0x600, 0x501, 0x501, 2, 0xF0F101, 0x800, 0x700, 0xF0F101};
-    EXPECT_TRUE(same_array(expect, reinterpret_cast<Zep32u*>(t), 10, "layout"));
-    zepiHuffmanTableFree_32s(t);
-    // Three levels: second-level sub-tables in prefix order whatever the
-    // description order; a third level below the later one.
-    // Widths 1+1+1; codes 11 -> 0, 000 -> 9, 001 -> 8.
-    const Zep32s desc3[] = {0, 3, 1, 1, 1, 0, 1, 3, 0, 2, 0, 9, 1, 8, -1};
-    ASSERT_EQ(zepiHuffmanTableInitAlloc_32s(desc3, &t), zepStatusOk);
-    // Level 1: "0" -> link 3, "1" -> link 6. Level 2 under "0" (word 3):
-    // "0" -> link 9, "1" -> empty. Under "1" (word 6): "0" -> empty, "1" -> leaf 0.
-    // Level 3 under "00" (word 9): "0" -> 9, "1" -> 8.
-    const Zep32u e3[] = {1, (3u << 8) | 0x80, (6u << 8) | 0x80, 1, (9u << 8) | 0x80, 0xF0F101,
-                         1, 0xF0F101, 0x000, 1, 0x900, 0x800};
-    EXPECT_TRUE(same_array(e3, reinterpret_cast<Zep32u*>(t), 12, "three levels"));
-    zepiHuffmanTableFree_32s(t);
+    struct {
+        std::vector<Zep32s> desc;
+        std::vector<Zep32u> expect;
+    } cases[] = {
+        // Widths 2+2; codes 1 -> 5, 01 -> 6, 0010 -> 7, 0001 -> 8 (0000 unused).
+        {{0, 2, 2, 2, 1, 1, 5, 1, 1, 6, 0, 2, 2, 7, 1, 8, -1},
+         {2, (5u << 8) | 0x80, 0x600, 0x501, 0x501, 2, 0xF0F101, 0x800, 0x700, 0xF0F101}},
+        // Widths 1+1+1; codes 11 -> 0, 000 -> 9, 001 -> 8. Second-level
+        // sub-tables come in prefix order whatever the description order; a
+        // third level sits below the later one. Level 1: "0" -> link 3, "1" ->
+        // link 6. Under "0" (word 3): "0" -> link 9, "1" -> empty. Under "1"
+        // (word 6): "0" -> empty, "1" -> leaf 0. Under "00" (word 9): 9, 8.
+        {{0, 3, 1, 1, 1, 0, 1, 3, 0, 2, 0, 9, 1, 8, -1},
+         {1, (3u << 8) | 0x80, (6u << 8) | 0x80, 1, (9u << 8) | 0x80, 0xF0F101, 1, 0xF0F101, 0x000, 1, 0x900, 0x800}},
+    };
+    for (const auto& c : cases) {
+        Zep32s* t = nullptr;
+        ASSERT_EQ(zepiHuffmanTableInitAlloc_32s(c.desc.data(), &t), zepStatusOk);
+        EXPECT_TRUE(same_array(c.expect.data(), reinterpret_cast<Zep32u*>(t), c.expect.size(), "layout"));
+        zepiHuffmanTableFree_32s(t);
+    }
 }
 
 // Every code of every generated description decodes to its value with the
@@ -152,24 +155,26 @@ TEST(Huffman, FailurePaths) {
     counting_free(t);
     const Zep32s noLevels[] = {0, 0, -1}, wide[] = {0, 1, 21, -1}, zeroWidth[] = {0, 2, 4, 0, -1};
     Zep32s* out = nullptr;
-    EXPECT_EQ(zepiHuffmanTableInitAlloc_32s(noLevels, &out), zepStatusNoMemory);
-    EXPECT_EQ(zepiHuffmanTableInitAlloc_32s(wide, &out), zepStatusNoMemory);
-    EXPECT_EQ(zepiHuffmanRunLevelTableInitAlloc_32s(zeroWidth, &out), zepStatusNoMemory);
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(zepiHuffmanTableInitAlloc_32s(nullptr, &out), zepStatusNullPtr);
-    EXPECT_EQ(zepiHuffmanTableInitAlloc_32s(noLevels, nullptr), zepStatusNullPtr);
+    for (auto init : {zepiHuffmanTableInitAlloc_32s, zepiHuffmanRunLevelTableInitAlloc_32s})
+        for (const Zep32s* bad : {noLevels, wide, zeroWidth}) {
+            EXPECT_EQ(init(bad, &out), zepStatusNoMemory) << bad[1] << " " << bad[2];
+            EXPECT_EQ(out, nullptr);
+        }
+    // Null pointers before the description is looked at.
+    EXPECT_TRUE(null_sweep(zepiHuffmanTableInitAlloc_32s, noLevels, &out));
+    EXPECT_TRUE(null_sweep(zepiHuffmanRunLevelTableInitAlloc_32s, noLevels, &out));
     EXPECT_EQ(zepiHuffmanTableFree_32s(nullptr), zepStatusNullPtr);
     Zep32u w[2] = {};
-    Zep32u* s = w;
-    Zep32u* ns = nullptr;
+    Zep32u *s = w, *ns = nullptr;
     Zep32s off = 31, v;
     Zep8s r;
     Zep16s l;
     const Zep32s tbl[3] = {1, 0x100, 0x100};
+    EXPECT_TRUE(null_sweep(zepiDecodeHuffmanOne_1u32s, &s, &off, &v, tbl));
+    EXPECT_TRUE(null_sweep(zepiDecodeHuffmanPair_1u16s, &s, &off, tbl, &r, &l));
     EXPECT_EQ(zepiDecodeHuffmanOne_1u32s(&ns, &off, &v, tbl), zepStatusNullPtr);
-    EXPECT_EQ(zepiDecodeHuffmanOne_1u32s(&s, &off, &v, nullptr), zepStatusNullPtr);
-    EXPECT_EQ(zepiDecodeHuffmanPair_1u16s(&s, &off, tbl, nullptr, &l), zepStatusNullPtr);
-    EXPECT_EQ(zepiDecodeHuffmanPair_1u16s(&s, nullptr, tbl, &r, &l), zepStatusNullPtr);
+    EXPECT_EQ(zepiDecodeHuffmanPair_1u16s(&ns, &off, tbl, &r, &l), zepStatusNullPtr);
+    EXPECT_EQ(s, w);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "h264/recon_dsp.h"
 #include "h264/recon_ref.h"
 #include "harness/harness.h"
+#include "harness/null_sweep.h"
 #include "zepvc.h"
 
 namespace {
@@ -50,11 +51,6 @@ bool std_residual(const int* c, const Zep16s* ls, int qp, int64_t* r) {
         r[j] = (e0 + e3) >> 6, r[4 + j] = (e1 + e2) >> 6, r[8 + j] = (e1 - e2) >> 6, r[12 + j] = (e0 - e3) >> 6;
     }
     return worst <= 32767;
-}
-
-template <class T>
-void random_coeffs(Rng& rng, T* c, int n, Pattern pat, int64_t lo, int64_t hi) {
-    fill(c, n, pat, rng, lo, hi);
 }
 
 TEST(ReconKernels, EveryLevelMatchesReference) {
@@ -170,8 +166,8 @@ TEST(ReconEntry, TransformsSaturateOrWrapAsDocumented) {
     Zep32s b[16] = {20000, 0, 20000, 0}, w[16];
     ASSERT_EQ(zepiTransformResidual4x4Inv_H264_32s_C1(b, w), zepStatusOk);
     for (int y = 0; y < 4; ++y) EXPECT_EQ(w[4 * y], 625);
-    EXPECT_EQ(zepiTransformResidual4x4Inv_H264_16s_C1(nullptr, o), zepStatusNullPtr);
-    EXPECT_EQ(zepiTransformResidual4x4Inv_H264_32s_C1(b, nullptr), zepStatusNullPtr);
+    EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Inv_H264_16s_C1, a, o));
+    EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Inv_H264_32s_C1, b, w));
 }
 
 // ---- Intra_4x4 against the standard's equations on the plane ----
@@ -328,32 +324,31 @@ TEST(ReconEntry, ChecksInOrderAndEarlyReturn) {
     const auto planeCopy = plane;
     Zep16s c[256] = {};
     c[0] = 100;
-    Zep16s* p = c;
-    Zep16s* np = nullptr;
+    Zep16s *p = c, *np = nullptr;
     const auto ls = level_scale(0);
     Zep32u modes[16] = {};
-    EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(nullptr, plane.data(), 16, 2, 60, ls.data(), 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, nullptr, 16, 2, 60, ls.data(), 0), zepStatusNullPtr);
+    // Null pointers (outer and inner) before the qp range check.
+    EXPECT_TRUE(null_sweep(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R, &p, plane.data(), 16u, 2u, 60, ls.data(), Zep8u(0)));
+    EXPECT_TRUE(null_sweep(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R, &p, plane.data(), 16u, modes, 2, 60u, Zep8u(0),
+                           ls.data(), Zep8u(0)));
     EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&np, plane.data(), 16, 2, 60, ls.data(), 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 2, 60, nullptr, 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 2, 52, ls.data(), 0), zepStatusOutOfRange);
-    EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 2, -1, ls.data(), 0), zepStatusOutOfRange);
+    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&np, plane.data(), 16, modes, 2, 60, 0, ls.data(), 0), zepStatusNullPtr);
+    for (Zep32s qp : {52, -1}) {
+        EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 2, qp, ls.data(), 0), zepStatusOutOfRange);
+        EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, modes, 2, static_cast<Zep32u>(qp), 0,
+                                                               ls.data(), 0),
+                  zepStatusOutOfRange);
+    }
     // Only bit 0 (and bits above 16): nothing read or written.
     EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 0xFFFE0001u, 20, ls.data(), 0), zepStatusOk);
-    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, nullptr, 2, 60, 0, ls.data(), 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&np, plane.data(), 16, modes, 2, 60, 0, ls.data(), 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, modes, 2, 60, 0, nullptr, 0), zepStatusNullPtr);
-    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, modes, 2, 52, 0, ls.data(), 0), zepStatusOutOfRange);
-    EXPECT_EQ(zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, modes, 2, 0xFFFFFFFFu, 0, ls.data(), 0),
-              zepStatusOutOfRange);
     EXPECT_EQ(p, c);
     EXPECT_EQ(c[0], 100);
     EXPECT_EQ(plane, planeCopy);
-    // qp 0 without bypass: rightShift 4, rounding 8 (DC 100 * 160 -> 1000 -> (1000 + 32) >> 6 = 16).
+    // A coded block is consumed: overwritten with its residual, the pointer past it.
     EXPECT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, plane.data(), 16, 2, 0, ls.data(), 0), zepStatusOk);
     EXPECT_EQ(p, c + 16);
     EXPECT_EQ(plane[0], 9 + 16);
-    EXPECT_EQ(c[0], 16);
+    EXPECT_EQ(c[0], 16);  // DC 100 * 160 -> 1000 -> (1000 + 32) >> 6
 }
 
 }  // namespace
