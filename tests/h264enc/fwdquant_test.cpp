@@ -89,54 +89,7 @@ TEST(FwdTransformEntry, SixteenBitSumsSaturateInOrder) {
     EXPECT_TRUE(same_array(lowExpect, low, 16, "all -32768, in place"));
 }
 
-TEST(FwdTransformKernels, EveryLevelMatchesReference) {
-    const FwdQuantDsp ref = zep::build_table(zep::fwdquant_init, Isa::Ref);
-    for (Isa level : simd_levels()) {
-        const FwdQuantDsp k = zep::build_table(zep::fwdquant_init, level);
-        Rng rng(3);
-        for (Pattern pat : kAllPatterns)
-            for (int it = 0; it < kIters; ++it) {
-                // Odd offsets inside a bigger buffer: the kernels take unaligned blocks.
-                const int off = rng.range(0, 7);
-                std::vector<Zep16s> s16(32);
-                std::vector<Zep32s> s32(32);
-                fill(s16.data() + off, 16, pat, rng, -32768, 32767);
-                fill(s32.data() + off, 16, pat, rng, INT32_MIN, INT32_MAX);
-                if (it & 1)  // residual-sized values too, where nothing saturates
-                    for (int i = 0; i < 16; ++i) s16[off + i] = static_cast<Zep16s>(s16[off + i] >> 7);
-                Padded<Zep16s> e16(0x5A5A), g16(0x5A5A);
-                Padded<Zep32s> e32(0x5A5A5A5A), g32(0x5A5A5A5A);
-                ref.fwd16(s16.data() + off, e16.data());
-                k.fwd16(s16.data() + off, g16.data());
-                ref.fwd32(s32.data() + off, e32.data());
-                k.fwd32(s32.data() + off, g32.data());
-                ASSERT_TRUE(same_array(e16.v.data(), g16.v.data(), e16.v.size(), context(level, pat, "fwd 16s")));
-                ASSERT_TRUE(same_array(e32.v.data(), g32.v.data(), e32.v.size(), context(level, pat, "fwd 32s")));
-            }
-    }
-}
-
 // ---------------------------------------------------------------- quantisation
-
-// Independent model: the multiplier classes per position, the rounding as a
-// third (intra) or a sixth (inter) of 2^shift, in 64 bits.
-struct Model {
-    Zep32s level[16];
-    Zep32s num, last;
-};
-
-Model model_quant(const Zep32s* c, const Zep32s* scale, const Zep16s* scanPos, int qp, bool intra) {
-    const int shift = (scale ? 11 : 15) + qp / 6;
-    const int64_t rounding = (int64_t{1} << shift) / (intra ? 3 : 6);
-    Model m{{}, 0, 0};
-    for (int i = 0; i < 16; ++i) {
-        const int64_t mult = scale ? scale[i] : kMult[qp % 6][pos_class(i)];
-        const int64_t mag = (std::abs(int64_t{c[i]}) * mult + rounding) >> shift;
-        m.level[i] = static_cast<Zep32s>(c[i] < 0 ? -mag : mag);
-        if (m.level[i]) ++m.num, m.last = std::max<Zep32s>(m.last, scanPos[i]);
-    }
-    return m;
-}
 
 std::array<Zep16s, 16> random_scan_pos(Rng& rng) {
     std::array<Zep16s, 16> p;
@@ -147,8 +100,11 @@ std::array<Zep16s, 16> random_scan_pos(Rng& rng) {
 
 using Q16 = ZepStatus (*)(const Zep16s*, Zep16s*, Zep32s*, Zep32s*, const Zep32s*, const Zep16s*, Zep32u, Zep32s);
 
-// Through the entry points, wherever the 32-bit products cannot overflow; the
-// 16-bit outputs are the model's levels saturated.
+// Through the entry points, wherever the 32-bit products cannot overflow,
+// against an independent model: the multiplier classes per position (or the
+// scale table), the rounding as a third (intra) or a sixth (inter) of 2^shift,
+// in 64 bits, saturated for 16-bit outputs; then the level count and the
+// highest scan position of a level.
 TEST(QuantEntry, MatchesIndependentModel) {
     Rng rng(5);
     for (int qp = 0; qp <= 87; ++qp)
@@ -156,7 +112,7 @@ TEST(QuantEntry, MatchesIndependentModel) {
             for (int useScale = 0; useScale < 2; ++useScale)
                 for (int it = 0; it < 20; ++it) {
                     const auto scan = random_scan_pos(rng);
-                    Zep32s scale[16], c32[16], d32[16], want16[16], got16[16], n = -1, last = -1;
+                    Zep32s scale[16], c32[16], d32[16];
                     Zep16s c16[16], d16[16];
                     for (int i = 0; i < 16; ++i) {
                         scale[i] = rng.range(1, 16 * 255);
@@ -165,44 +121,54 @@ TEST(QuantEntry, MatchesIndependentModel) {
                         c16[i] = static_cast<Zep16s>(c32[i]);
                     }
                     const Zep32s* sc = useScale ? scale : nullptr;
-                    const Model m = model_quant(c32, sc, scan.data(), qp, intra);
-                    const std::string ctx = "qp " + std::to_string(qp) + " intra " + std::to_string(intra) +
-                                            " scale " + std::to_string(useScale);
-                    ASSERT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(c32, d32, &n, &last, sc, scan.data(), qp, intra),
-                              zepStatusOk);
-                    ASSERT_TRUE(same_array(m.level, d32, 16, "32s " + ctx));
-                    ASSERT_EQ(n, m.num) << ctx;
-                    ASSERT_EQ(last, m.last) << ctx;
+                    const int shift = (sc ? 11 : 15) + qp / 6;
+                    const int64_t rounding = (int64_t{1} << shift) / (intra ? 3 : 6);
+                    auto check = [&](auto f, auto* c, auto* d) {
+                        const int64_t hi = sizeof(*d) == 2 ? 32767 : INT32_MAX;
+                        Zep32s want[18] = {}, got[18];
+                        for (int i = 0; i < 16; ++i) {
+                            const int64_t m = sc ? sc[i] : kMult[qp % 6][pos_class(i)];
+                            const int64_t mag = (std::abs(int64_t{c[i]}) * m + rounding) >> shift;
+                            want[i] = static_cast<Zep32s>(std::clamp(c[i] < 0 ? -mag : mag, -hi - 1, hi));
+                            if (want[i]) ++want[16], want[17] = std::max<Zep32s>(want[17], scan[i]);
+                        }
+                        std::fill_n(got, 18, -1);  // counts the call leaves unwritten cannot match
+                        const ZepStatus st = f(c, d, &got[16], &got[17], sc, scan.data(), qp, intra);
+                        std::copy(d, d + 16, got);
+                        const std::string ctx = "qp " + std::to_string(qp) + " intra " + std::to_string(intra) +
+                                                " scale " + std::to_string(useScale) + " status " + std::to_string(st);
+                        return st == zepStatusOk ? same_array(want, got, 18, ctx) : ::testing::AssertionFailure() << ctx;
+                    };
+                    ASSERT_TRUE(check(zepiQuantizeResidual4x4Fwd_H264_32s_C1, c32, d32));
                     if (qp > 51) continue;
-                    for (int i = 0; i < 16; ++i) want16[i] = std::clamp(m.level[i], -32768, 32767);
-                    for (Q16 f : {Q16{zepiQuantizeResidual4x4Fwd_H264_16s_C1},
-                                  Q16{useScale ? zepiQuantizeResidual4x4Fwd_H264_16s32s_C1 : nullptr}}) {
-                        if (!f) continue;
-                        n = last = -1;
-                        ASSERT_EQ(f(c16, d16, &n, &last, sc, scan.data(), qp, intra), zepStatusOk);
-                        std::copy(d16, d16 + 16, got16);
-                        ASSERT_TRUE(same_array(want16, got16, 16, "16s " + ctx));
-                        ASSERT_EQ(n, m.num) << ctx;
-                        ASSERT_EQ(last, m.last) << ctx;
-                    }
+                    ASSERT_TRUE(check(zepiQuantizeResidual4x4Fwd_H264_16s_C1, c16, d16));
+                    if (!useScale) continue;
+                    ASSERT_TRUE(check(zepiQuantizeResidual4x4Fwd_H264_16s32s_C1, c16, d16));
                 }
 }
 
-// One kernel against the reference: the padded levels and both counts.
-template <class T, class F>
-::testing::AssertionResult quant_same(F rf, F kf, const T* c, const Zep32s* m, const Zep16s* scanPos, Zep32s rnd,
-                                      int shift, const std::string& ctx) {
+// One kernel against the reference: the padded outputs and, for the
+// quantisers, both counts (the transforms have none: their `a` is empty).
+template <class T, class F, class... A>
+::testing::AssertionResult same_as_ref(F rf, F kf, const T* c, const std::string& ctx, A... a) {
     Padded<T> e(static_cast<T>(0x7E7E7E7E)), g(static_cast<T>(0x7E7E7E7E));
-    Zep32s ce[2] = {-1, -1}, cg[2] = {-2, -2};
-    rf(c, e.data(), &ce[0], &ce[1], m, scanPos, rnd, shift);
-    kf(c, g.data(), &cg[0], &cg[1], m, scanPos, rnd, shift);
+    Zep32s ce[2] = {-1, -1}, cg[2] = {-1, -1};
+    if constexpr (sizeof...(A) == 0) {
+        rf(c, e.data());
+        kf(c, g.data());
+    } else {
+        cg[0] = cg[1] = -2;
+        rf(c, e.data(), &ce[0], &ce[1], a...);
+        kf(c, g.data(), &cg[0], &cg[1], a...);
+    }
     const auto r = same_array(e.v.data(), g.v.data(), e.v.size(), ctx);
     return r ? same_array(ce, cg, 2, "counts " + ctx) : r;
 }
 
-// Each kernel against the reference on the full input range: wrapped
-// products, saturated 16-bit levels, negative scan positions.
-TEST(QuantKernels, EveryLevelMatchesReference) {
+// Each kernel against the reference on the full input range: saturated or
+// wrapped transform sums and quantiser products, saturated 16-bit levels,
+// negative scan positions; unaligned blocks.
+TEST(FwdQuantKernels, EveryLevelMatchesReference) {
     const FwdQuantDsp ref = zep::build_table(zep::fwdquant_init, Isa::Ref);
     for (Isa level : simd_levels()) {
         const FwdQuantDsp k = zep::build_table(zep::fwdquant_init, level);
@@ -210,36 +176,38 @@ TEST(QuantKernels, EveryLevelMatchesReference) {
         for (Pattern pat : kAllPatterns)
             for (int it = 0; it < kIters; ++it) {
                 const int qp = rng.range(0, 87), intra = rng.coin(), div = qp / 6;
-                // The 16-bit quantiser with built-in multipliers only sees qp 0..51.
-                const int qp16 = qp % 52;
+                const int qp16 = qp % 52;  // the 16-bit quantiser with built-in multipliers only sees qp 0..51
                 const int off = rng.range(0, 7);
-                std::vector<Zep16s> c16(32), scanPos(32);
-                std::vector<Zep32s> c32(32), mult(32);
-                fill(c16.data() + off, 16, pat, rng, -32768, 32767);
-                fill(c32.data() + off, 16, pat, rng, INT32_MIN, INT32_MAX);
-                if (it % 3 == 0)  // realistic magnitudes as well
-                    for (int i = 0; i < 16; ++i) c32[off + i] >>= 12;
-                for (int i = 0; i < 16; ++i) mult[off + i] = it & 1 ? static_cast<Zep32s>(rng.u32()) : rng.range(0, 65535);
+                std::vector<Zep16s> v16(32), scanPos(32);
+                std::vector<Zep32s> v32(32), mult(32);
+                const Zep16s *c16 = v16.data() + off, *sp = scanPos.data() + off;
+                const Zep32s *c32 = v32.data() + off, *m = mult.data() + off;
+                fill(v16.data() + off, 16, pat, rng, -32768, 32767);
+                fill(v32.data() + off, 16, pat, rng, INT32_MIN, INT32_MAX);
+                for (int i = off; i < off + 16; ++i) {
+                    if (it & 1) v16[i] = static_cast<Zep16s>(v16[i] >> 7);  // residual sized: nothing saturates
+                    if (it % 3 == 0) v32[i] >>= 12;                          // realistic magnitudes as well
+                    mult[i] = it & 1 ? static_cast<Zep32s>(rng.u32()) : rng.range(0, 65535);
+                }
                 if (it % 4 == 0) {
                     fill(scanPos.data() + off, 16, Pattern::Random, rng, -32768, 32767);
                 } else {
                     const auto p = random_scan_pos(rng);
                     std::copy(p.begin(), p.end(), scanPos.begin() + off);
                 }
-                const Zep16s* sp = scanPos.data() + off;
-                const Zep32s* m = mult.data() + off;
                 const Zep32s rndScale = zep::fwdq_round11[div + intra];
                 const std::string ctx = context(level, pat, "qp " + std::to_string(qp) + " intra " +
                                                                 std::to_string(intra) + " offset " + std::to_string(off));
-                ASSERT_TRUE(quant_same(ref.quant16Flat, k.quant16Flat, c16.data() + off,
-                                       zep::fwdq_flat_mult[qp16 % 6].data(), sp, zep::fwdq_round15[qp16 / 6 + intra],
-                                       15 + qp16 / 6, "flat16 " + ctx));
-                ASSERT_TRUE(quant_same(ref.quant16, k.quant16, c16.data() + off, m, sp, rndScale, 11 + div,
-                                       "quant16 " + ctx));
-                ASSERT_TRUE(quant_same(ref.quant32, k.quant32, c32.data() + off, zep::fwdq_flat_mult[qp % 6].data(),
-                                       sp, zep::fwdq_round15[div + intra], 15 + div, "quant32 flat " + ctx));
-                ASSERT_TRUE(quant_same(ref.quant32, k.quant32, c32.data() + off, m, sp, rndScale, 11 + div,
-                                       "quant32 " + ctx));
+                ASSERT_TRUE(same_as_ref(ref.fwd16, k.fwd16, c16, "fwd16 " + ctx));
+                ASSERT_TRUE(same_as_ref(ref.fwd32, k.fwd32, c32, "fwd32 " + ctx));
+                ASSERT_TRUE(same_as_ref(ref.quant16Flat, k.quant16Flat, c16, "flat16 " + ctx,
+                                        zep::fwdq_flat_mult[qp16 % 6].data(), sp, zep::fwdq_round15[qp16 / 6 + intra],
+                                        15 + qp16 / 6));
+                ASSERT_TRUE(same_as_ref(ref.quant16, k.quant16, c16, "quant16 " + ctx, m, sp, rndScale, 11 + div));
+                ASSERT_TRUE(same_as_ref(ref.quant32, k.quant32, c32, "quant32 flat " + ctx,
+                                        zep::fwdq_flat_mult[qp % 6].data(), sp, zep::fwdq_round15[div + intra],
+                                        15 + div));
+                ASSERT_TRUE(same_as_ref(ref.quant32, k.quant32, c32, "quant32 " + ctx, m, sp, rndScale, 11 + div));
             }
     }
 }
@@ -263,11 +231,9 @@ TEST(FwdQuantEntry, BadArgumentsWriteNothing) {
         EXPECT_TRUE(null_sweep(zepiQuantizeResidual4x4Fwd_H264_16s32s_C1, s16, d16.data(), n.data(), last.data(),
                                scale, scan, qp == 0 ? 0u : 52u, 0));
     }
-    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, d32.data(), n.data(), last.data(), nullptr, scan, 88, 0),
-              zepStatusOutOfRange);
-    EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, d32.data(), n.data(), last.data(), nullptr, scan,
-                                                     0xFFFFFFFFu, 1),
-              zepStatusOutOfRange);
+    for (Zep32u qp : {88u, 0xFFFFFFFFu})
+        EXPECT_EQ(zepiQuantizeResidual4x4Fwd_H264_32s_C1(s32, d32.data(), n.data(), last.data(), nullptr, scan, qp, 1),
+                  zepStatusOutOfRange);
     for (const Q16 q16 : {Q16{zepiQuantizeResidual4x4Fwd_H264_16s_C1}, Q16{zepiQuantizeResidual4x4Fwd_H264_16s32s_C1}})
         EXPECT_EQ(q16(s16, d16.data(), n.data(), last.data(), scale, scan, 52, 0), zepStatusOutOfRange);
     EXPECT_TRUE(d16.untouched() && d32.untouched() && n.untouched() && last.untouched());
@@ -322,19 +288,19 @@ TEST(QuantRoundTrip, MacroblockThroughDecoderReconstruction) {
                         scale[i] = (flat[i] + 8) >> 4;  // flat weights: the built-in multipliers over 16
                         ls[i] = static_cast<Zep16s>(16 * kNormAdjust[qp % 6][pos_class(i)]);
                     }
-                    auto at = [&](int k, int i) { return (kBlockY[k] + i / 4) * kStep + kBlockX[k] + i % 4; };
+                    auto diff = [&](int k, int i) {  // source minus prediction (or reconstruction)
+                        const int o = (kBlockY[k] + i / 4) * kStep + kBlockX[k] + i % 4;
+                        return src[o] - plane[o];
+                    };
+                    const Q16 quant = useScale ? zepiQuantizeResidual4x4Fwd_H264_16s32s_C1 : zepiQuantizeResidual4x4Fwd_H264_16s_C1;
                     std::vector<Zep16s> coeffs;
                     Zep32u cbp = 0;
                     for (int k = 0; k < 16; ++k) {
                         Zep16s r[16], c[16], lv[16];
-                        for (int i = 0; i < 16; ++i) r[i] = static_cast<Zep16s>(src[at(k, i)] - plane[at(k, i)]);
+                        for (int i = 0; i < 16; ++i) r[i] = static_cast<Zep16s>(diff(k, i));
                         Zep32s n = 0, last = 0;
                         ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(r, c), zepStatusOk);
-                        ASSERT_EQ(useScale ? zepiQuantizeResidual4x4Fwd_H264_16s32s_C1(c, lv, &n, &last, scale,
-                                                                                       kZigzagPos, qp, intra)
-                                           : zepiQuantizeResidual4x4Fwd_H264_16s_C1(c, lv, &n, &last, nullptr,
-                                                                                    kZigzagPos, qp, intra),
-                                  zepStatusOk);
+                        ASSERT_EQ(quant(c, lv, &n, &last, useScale ? scale : nullptr, kZigzagPos, qp, intra), zepStatusOk);
                         if (n == 0) continue;
                         cbp |= 2u << k;
                         coeffs.insert(coeffs.end(), lv, lv + 16);
@@ -347,10 +313,7 @@ TEST(QuantRoundTrip, MacroblockThroughDecoderReconstruction) {
                     const double bound = error_bound(qp, intra, useScale ? scale : flat, useScale ? 11 : 15);
                     for (int k = 0; k < 16; ++k) {
                         double sq = 0;
-                        for (int i = 0; i < 16; ++i) {
-                            const int e = src[at(k, i)] - plane[at(k, i)];
-                            sq += e * e;
-                        }
+                        for (int i = 0; i < 16; ++i) sq += diff(k, i) * diff(k, i);
                         ASSERT_LE(std::sqrt(sq), bound) << "qp " << qp << " intra " << intra << " scale " << useScale
                                                         << " block " << k << " iteration " << it;
                     }
