@@ -80,41 +80,16 @@ void run(const InterpDsp& t, bool wide, int cls, int pos, Picture<T>& src, T* ds
         (wide ? t.luma16_wide : t.luma16)[cls][pos](origin(src), src.step() / 2, dst, dstStep, h, maxVal);
 }
 
-std::string where(int depth, int w, int h, int pos, int mode) {
-    return "depth " + std::to_string(depth) + " w " + std::to_string(w) + " h " + std::to_string(h) + " pos " +
-           std::to_string(pos) + " mode " + std::to_string(mode);
-}
-
+// Each case checks the reference against the equations, then every level
+// against the reference. 8-bit: all four width classes (the fourth is 16 wide
+// again) and any multiple of 4 as height; 16-bit: the entry point's sizes, and
+// the vector kernels up to 14 bits. Random source and destination steps.
 template <class T>
-void reference_matches_equations(int depth, Rng& rng) {
+void check_all(int depth, Rng& rng) {
     const InterpDsp ref = zep::build_table(zep::interp_init, Isa::Ref);
-    const int maxVal = (1 << depth) - 1;
-    for (int cls = 0; cls < 3; ++cls)
-        for (int h : {4, 8, 16})
-            for (int pos = 0; pos < 16; ++pos)
-                for (int mode = 0; mode < 4; ++mode) {
-                    const int w = 4 << cls;
-                    Region r(w, h);
-                    fill_region(r, rng, mode, maxVal);
-                    auto pic = to_picture<T>(rng, r);
-                    std::vector<T> out(w * h);
-                    run(ref, true, cls, pos, pic, out.data(), w, h, maxVal);
-                    ASSERT_TRUE(same_array(oracle(r, pos & 3, pos >> 2, maxVal), std::vector<int>(out.begin(), out.end()),
-                                           where(depth, w, h, pos, mode)));
-                }
-}
-
-TEST(InterpReference, MatchesSampleEquations) {
-    Rng rng(11);
-    ASSERT_NO_FATAL_FAILURE(reference_matches_equations<Zep8u>(8, rng));
-    for (int depth = 8; depth <= 16; ++depth) ASSERT_NO_FATAL_FAILURE(reference_matches_equations<Zep16u>(depth, rng));
-}
-
-// 8-bit: all four width classes (the fourth is 16 wide again) and heights that
-// are any multiple of 4; 16-bit: the entry point's sizes, depths up to 14.
-template <class T>
-void kernels_match(Isa level, int depth, Rng& rng) {
-    const InterpDsp ref = zep::build_table(zep::interp_init, Isa::Ref), k = zep::build_table(zep::interp_init, level);
+    std::vector<std::pair<Isa, InterpDsp>> levels;
+    if (sizeof(T) == 1 || depth <= 14)
+        for (Isa level : simd_levels()) levels.emplace_back(level, zep::build_table(zep::interp_init, level));
     const int maxVal = (1 << depth) - 1;
     const std::vector<int> heights = sizeof(T) == 1 ? std::vector<int>{4, 8, 12, 16, 20} : std::vector<int>{4, 8, 16};
     for (int cls = 0; cls < (sizeof(T) == 1 ? 4 : 3); ++cls)
@@ -125,37 +100,45 @@ void kernels_match(Isa level, int depth, Rng& rng) {
                     Region r(w, h);
                     fill_region(r, rng, mode, maxVal);
                     auto pic = to_picture<T>(rng, r, rng.range(0, 9));
-                    std::vector<T> e(ds * h, 7), g = e;
+                    std::vector<T> want(ds * h, 7), e = want;
+                    const std::vector<int> eq = oracle(r, pos & 3, pos >> 2, maxVal);
+                    for (int i = 0; i < w * h; ++i) want[i / w * ds + i % w] = static_cast<T>(eq[i]);
+                    const std::string ctx = "depth " + std::to_string(depth) + " w " + std::to_string(w) + " h " +
+                                            std::to_string(h) + " pos " + std::to_string(pos) + " mode " +
+                                            std::to_string(mode) + " " + pic.describe();
                     run(ref, true, cls, pos, pic, e.data(), ds, h, maxVal);
-                    run(k, false, cls, pos, pic, g.data(), ds, h, maxVal);
-                    ASSERT_TRUE(same_array(e, g, context(level, Pattern::Random, where(depth, w, h, pos, mode) + " " + pic.describe())));
+                    ASSERT_TRUE(same_array(want, e, "reference against the equations, " + ctx));
+                    for (const auto& [level, k] : levels) {
+                        std::vector<T> g(ds * h, 7);
+                        run(k, false, cls, pos, pic, g.data(), ds, h, maxVal);
+                        ASSERT_TRUE(same_array(e, g, context(level, Pattern::Random, ctx)));
+                    }
                 }
 }
 
-TEST(InterpKernels, EveryLevelMatchesReference) {
-    for (Isa level : simd_levels()) {
-        Rng rng(21);
-        ASSERT_NO_FATAL_FAILURE(kernels_match<Zep8u>(level, 8, rng));
-        for (int depth = 8; depth <= 14; ++depth) ASSERT_NO_FATAL_FAILURE(kernels_match<Zep16u>(level, depth, rng));
-    }
+TEST(InterpKernels, ReferenceMatchesEquationsAndEveryLevelMatchesReference) {
+    Rng rng(21);
+    ASSERT_NO_FATAL_FAILURE(check_all<Zep8u>(8, rng));
+    for (int depth = 8; depth <= 16; ++depth) ASSERT_NO_FATAL_FAILURE(check_all<Zep16u>(depth, rng));
 }
 
 // ---------------------------------------------------------------- entry points
 
-struct Src8 {
-    std::vector<Zep8u> mem = std::vector<Zep8u>(40 * 40);
-    Src8() {
+// Random 8-bit samples with a margin of 3 around the block.
+const Zep8u* src8() {
+    static const std::vector<Zep8u> mem = [] {
         Rng rng(5);
-        for (auto& v : mem) v = static_cast<Zep8u>(rng.u32());
-    }
-    const Zep8u* p() const { return mem.data() + 3 * 40 + 3; }
-};
+        std::vector<Zep8u> m(40 * 40);
+        for (auto& v : m) v = static_cast<Zep8u>(rng.u32());
+        return m;
+    }();
+    return mem.data() + 3 * 40 + 3;
+}
 
 TEST(InterpEntry, EightBitChecksInOrderAndWriteNothing) {
-    Src8 src;
     Guarded<Zep8u> dst(32 * 32);
     // Null first, whatever else is wrong.
-    EXPECT_TRUE(null_sweep(zepiInterpolateLuma_H264_8u_C1R, src.p(), 40, dst.data(), 32, 9, 9, ZepSize{3, 3}));
+    EXPECT_TRUE(null_sweep(zepiInterpolateLuma_H264_8u_C1R, src8(), 40, dst.data(), 32, 9, 9, ZepSize{3, 3}));
     const struct { int dx, dy, w, h; ZepStatus want; } cases[] = {
         {4, 0, 3, 3, zepStatusBadArg},  // fraction before size
         {0, 4, 16, 16, zepStatusBadArg},   {-1, 0, 16, 16, zepStatusBadArg},  // compared unsigned
@@ -163,27 +146,27 @@ TEST(InterpEntry, EightBitChecksInOrderAndWriteNothing) {
         {0, 0, 32, 4, zepStatusBadSize},   {0, 0, -4, 4, zepStatusBadSize},   {0, 0, 36, 4, zepStatusBadSize},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(zepiInterpolateLuma_H264_8u_C1R(src.p(), 40, dst.data(), 32, c.dx, c.dy, {c.w, c.h}), c.want)
+        EXPECT_EQ(zepiInterpolateLuma_H264_8u_C1R(src8(), 40, dst.data(), 32, c.dx, c.dy, {c.w, c.h}), c.want)
             << c.dx << "," << c.dy << " " << c.w << "x" << c.h;
     EXPECT_TRUE(dst.untouched());
 }
 
 // The width class keeps bits 3..4: 0 and 4 write 4 columns, 8 and 12 write 8,
-// 16 to 28 write 16; every row of the height is written; height 0 writes nothing.
-TEST(InterpEntry, EightBitWidthClassesWriteTheClassWidth) {
-    Src8 src;
+// 16 to 28 write 16; every row of the height is written, height 0 writes
+// nothing; each (dx, dy) runs the reference's kernel of that position.
+TEST(InterpEntry, EightBitDispatchAndWidthClasses) {
     const InterpDsp ref = zep::build_table(zep::interp_init, Isa::Ref);
     const struct { int w, written; } cases[] = {{0, 4}, {4, 4}, {8, 8}, {12, 8}, {16, 16}, {20, 16}, {24, 16}, {28, 16}};
     for (const auto& c : cases)
-        for (int h : {0, 4, 8}) {
-            std::vector<Zep8u> got(32 * 12, 0xEE), want = got;
-            ASSERT_EQ(zepiInterpolateLuma_H264_8u_C1R(src.p(), 40, got.data(), 32, 1, 3, {c.w, h}), zepStatusOk);
-            ref.luma8[c.written >> 3][13](src.p(), 40, want.data(), 32, h);
-            for (int y = 0; y < 12; ++y)
-                for (int x = 0; x < 32; ++x)
-                    ASSERT_TRUE((y < h && x < c.written) || got[y * 32 + x] == 0xEE) << "w " << c.w << " h " << h << " at " << x << "," << y;
-            ASSERT_EQ(got, want) << "w " << c.w << " h " << h;
-        }
+        for (int h : {0, 4, 8})
+            for (int pos = 0; pos < 16; ++pos) {
+                std::vector<Zep8u> got(32 * 12, 0xEE), want = got;
+                ASSERT_EQ(zepiInterpolateLuma_H264_8u_C1R(src8(), 40, got.data(), 32, pos & 3, pos >> 2, {c.w, h}), zepStatusOk);
+                ref.luma8[c.written >> 3][pos](src8(), 40, want.data(), 32, h);
+                for (int i = 0; i < 32 * 12; ++i)
+                    ASSERT_TRUE((i / 32 < h && i % 32 < c.written) || got[i] == 0xEE) << "w " << c.w << " h " << h << " at " << i;
+                ASSERT_EQ(got, want) << "w " << c.w << " h " << h << " pos " << pos;
+            }
 }
 
 TEST(InterpEntry, SixteenBitChecksInOrderAndWriteNothing) {
@@ -211,37 +194,25 @@ TEST(InterpEntry, SixteenBitChecksInOrderAndWriteNothing) {
         EXPECT_EQ(zepiInterpolateLuma_H264_16u_C1R(&p), c.want) << c.what;
     }
     EXPECT_TRUE(dst.untouched());
-    for (auto wh : {std::pair{4, 8}, {8, 4}, {16, 8}, {8, 16}, {4, 4}, {16, 16}}) {
-        P p = good;
-        std::tie(p.width, p.height) = wh;
-        EXPECT_EQ(zepiInterpolateLuma_H264_16u_C1R(&p), zepStatusOk) << wh.first << "x" << wh.second;
-    }
 }
 
-// The entry points pick the kernel of (width, dx, dy); 16-bit samples beyond
-// 14 bits go to the full-range kernels (the vector ones take samples signed).
-TEST(InterpEntry, DispatchMatchesReferenceKernels) {
+// Every allowed size runs the kernel of (width, dx, dy); samples beyond 14
+// bits go to the full-range kernels (the vector ones take samples signed).
+TEST(InterpEntry, SixteenBitDispatch) {
     const InterpDsp ref = zep::build_table(zep::interp_init, Isa::Ref);
     Rng rng(13);
-    for (int w : {4, 8, 16})
-        for (int pos = 0; pos < 16; ++pos) {
-            Region r(w, 8);
-            fill_region(r, rng, 0, 255);
-            auto pic = to_picture<Zep8u>(rng, r);
-            std::vector<Zep8u> e(w * 8), g(w * 8);
-            run(ref, true, w >> 3, pos, pic, e.data(), w, 8, 255);
-            ASSERT_EQ(zepiInterpolateLuma_H264_8u_C1R(origin(pic), pic.step(), g.data(), w, pos & 3, pos >> 2, {w, 8}), zepStatusOk);
-            ASSERT_EQ(e, g) << "8u w " << w << " pos " << pos;
-            for (int depth : {10, 15, 16}) {
+    for (auto [w, h] : {std::pair{4, 8}, {8, 4}, {16, 8}, {8, 16}, {4, 4}, {16, 16}})
+        for (int pos = 0; pos < 16; ++pos)
+            for (int depth : {10, 14, 15, 16}) {
+                Region r(w, h);
                 fill_region(r, rng, 1, (1 << depth) - 1);
-                auto p16 = to_picture<Zep16u>(rng, r);
-                std::vector<Zep16u> e16(w * 8), g16(w * 8);
-                run(ref, true, w >> 3, pos, p16, e16.data(), w, 8, (1 << depth) - 1);
-                const ZepInterpolationParams16u p{origin(p16), p16.step() / 2, g16.data(), w, pos & 3, pos >> 2, w, 8, depth};
-                ASSERT_EQ(zepiInterpolateLuma_H264_16u_C1R(&p), zepStatusOk);
-                ASSERT_EQ(e16, g16) << "16u depth " << depth << " w " << w << " pos " << pos;
+                auto pic = to_picture<Zep16u>(rng, r);
+                std::vector<Zep16u> e(w * h), g(w * h);
+                run(ref, true, w >> 3, pos, pic, e.data(), w, h, (1 << depth) - 1);
+                const ZepInterpolationParams16u p{origin(pic), pic.step() / 2, g.data(), w, pos & 3, pos >> 2, w, h, depth};
+                ASSERT_EQ(zepiInterpolateLuma_H264_16u_C1R(&p), zepStatusOk) << w << "x" << h;
+                ASSERT_EQ(e, g) << "depth " << depth << " " << w << "x" << h << " pos " << pos;
             }
-        }
 }
 
 }  // namespace

@@ -15,10 +15,11 @@ namespace {
 
 using namespace zt;
 
-// n bytes right after (front) or right before (back) a page without access.
+// n random bytes right after (front) or right before (back) a page without
+// access; mask16 keeps 16-bit samples within a bit depth.
 class Fenced {
 public:
-    Fenced(size_t n, bool back) {
+    Fenced(size_t n, bool back, Zep16u mask16 = 0xFFFF) {
         const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
         total_ = ((n + page - 1) / page + 2) * page;
         base_ = static_cast<uint8_t*>(mmap(nullptr, total_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
@@ -28,6 +29,7 @@ public:
         data_ = back ? base_ + total_ - page - n : base_ + page;
         Rng rng(static_cast<uint64_t>(n));
         for (size_t i = 0; i < n; ++i) data_[i] = static_cast<uint8_t>(rng.u32());
+        for (size_t i = 0; i < n / 2; ++i) data<Zep16u>()[i] &= mask16;
     }
     ~Fenced() { munmap(base_, total_); }
     Fenced(const Fenced&) = delete;
@@ -52,8 +54,7 @@ TEST(KernelReach, InterpolationReadsOnlyTheFilterReach) {
                     const int w = 4 << cls, h = 8, step = w + 5;  // columns -2 .. w + 2
                     Fenced src(static_cast<size_t>(step) * (h + 5), back), dst(static_cast<size_t>(w) * h, back);
                     t.luma8[cls][pos](src.data() + 2 * step + 2, step, dst.data(), w, h);
-                    Fenced src16(2 * static_cast<size_t>(step) * (h + 5), back), dst16(2 * static_cast<size_t>(w) * h, back);
-                    for (int i = 0; i < step * (h + 5); ++i) src16.data<Zep16u>()[i] &= 1023;
+                    Fenced src16(2 * static_cast<size_t>(step) * (h + 5), back, 1023), dst16(2 * static_cast<size_t>(w) * h, back);
                     t.luma16[cls][pos](src16.data<Zep16u>() + 2 * step + 2, step, dst16.data<Zep16u>(), w, h, 1023);
                     // No rows (a height of 0 or a negative multiple of 4 passes the checks): nothing at all.
                     Fenced none(0, back);
@@ -72,14 +73,9 @@ TEST(KernelReach, DeblockingTouchesOnlyTheMacroblockAndItsNeighbours) {
             for (int i = 0; i < 16; ++i) bs[i] = static_cast<Zep8u>(mode ? 4 : 1 + i % 3);
             for (bool back : kSides) {
                 // Vertical edges: 16 rows of columns -4..15; horizontal: rows -4..15 of 16 columns.
-                Fenced ver(20 * 16, back), hor(16 * 20, back);
+                Fenced ver(20 * 16, back), hor(16 * 20, back), ver16(2 * 20 * 16, back, 1023), hor16(2 * 16 * 20, back, 1023);
                 t.luma8[0](ver.data() + 4, 20, alpha, beta, tc0, bs);
                 t.luma8[1](hor.data() + 4 * 16, 16, alpha, beta, tc0, bs);
-                Fenced ver16(2 * 20 * 16, back), hor16(2 * 16 * 20, back);
-                for (int i = 0; i < 20 * 16; ++i) {
-                    ver16.data<Zep16u>()[i] &= 1023;
-                    hor16.data<Zep16u>()[i] &= 1023;
-                }
                 t.luma16[0](ver16.data<Zep16u>() + 4, 20, alpha16, beta16, tc16, bs, 1023);
                 t.luma16[1](hor16.data<Zep16u>() + 4 * 16, 16, alpha16, beta16, tc16, bs, 1023);
             }
