@@ -10,6 +10,21 @@ namespace {
 
 using namespace zt;
 
+// What an entry point writes through its last argument (through the one
+// before mcType for result_mc); the call must succeed.
+template <class F, class... A>
+Zep32s result(F f, A... a) {
+    Zep32s v = -1;
+    EXPECT_EQ(f(a..., &v), zepStatusOk);
+    return v;
+}
+template <class F, class T>
+Zep32s result_mc(F f, const T* src, Zep32s srcStep, const T* ref, Zep32s refStep, Zep32s mcType) {
+    Zep32s v = -1;
+    EXPECT_EQ(f(src, srcStep, ref, refStep, &v, mcType), zepStatusOk);
+    return v;
+}
+
 // Sweeps every function of a group (all of one signature) with the same
 // arguments; a failure names the function by its place in the group.
 template <class Fn, class... A>
@@ -122,14 +137,10 @@ TEST(MetricsEntry, HalfSampleRoundingOnKnownPicture) {
     for (int i = 0; i < 17 * 17; ++i) refp[i] = ref16[i] = ((i / 17) & 1) ? 2 : ((i % 17) & 1) + 1;
     for (Zep32s mc : {0, 4, 5, 8, 12, 15, -4}) {
         const Zep32s expect = mc == 0 ? 8 * 16 * 2 + 8 * 8 * 1 + 8 * 8 * 2 : 256 * 2;
-        Zep32s sad = -1, sad16 = -1;
-        ASSERT_EQ(zepiSAD16x16_8u32s(src.data(), 16, refp.data(), 17, &sad, mc), zepStatusOk);
-        ASSERT_EQ(zepiSAD16x16_16u32s_C1R(src16.data(), 32, ref16.data(), 34, &sad16, mc), zepStatusOk);
-        EXPECT_EQ(sad, expect) << "mcType " << mc;
-        EXPECT_EQ(sad16, expect) << "16u, mcType " << mc;
+        EXPECT_EQ(result_mc(zepiSAD16x16_8u32s, src.data(), 16, refp.data(), 17, mc), expect) << mc;
+        EXPECT_EQ(result_mc(zepiSAD16x16_16u32s_C1R, src16.data(), 32, ref16.data(), 34, mc), expect) << "16u " << mc;
         // The integer-only sizes ignore mcType.
-        ASSERT_EQ(zepiSAD8x4_8u32s_C1R(src.data(), 16, refp.data(), 17, &sad, mc), zepStatusOk);
-        EXPECT_EQ(sad, 2 * (4 * 1 + 4 * 2) + 2 * 8 * 2) << mc;
+        EXPECT_EQ(result_mc(zepiSAD8x4_8u32s_C1R, src.data(), 16, refp.data(), 17, mc), 2 * (4 + 4 * 2) + 2 * 8 * 2);
     }
 }
 
@@ -178,34 +189,30 @@ TEST(MetricsEntry, SubBlockSadsInRasterOrder) {
 // 64 on 8x8); a single difference v spreads |v| over every coefficient; the
 // small blocks below were worked out by matrix products H D H^T.
 TEST(MetricsEntry, HadamardSumsOfKnownDifferences) {
-    Zep8u zero[16 * 16] = {}, one[16 * 16], imp[16 * 16] = {}, hw[16] = {1, 2, 3, 4, 0, 0, 0, 0, 5, 0, 0, 7, 0, 9, 0, 0};
+    Zep8u zero[16 * 16] = {}, one[16 * 16], imp[16 * 16] = {};
+    const Zep8u hw[16] = {1, 2, 3, 4, 0, 0, 0, 0, 5, 0, 0, 7, 0, 9, 0, 0};
     std::fill(std::begin(one), std::end(one), 1);
     imp[0] = 3;
     using Satd = ZepStatus (*)(const Zep8u*, Zep32s, const Zep8u*, Zep32s, Zep32s*);
-    const std::pair<Satd, int> sizes[] = {  // function, 4x4 blocks (0: one 8x8 transform)
+    // Function and its count of 4x4 blocks (0: one 8x8 transform).
+    const std::pair<Satd, int> sizes[] = {
         {zepiSATD16x16_8u32s_C1R, 16}, {zepiSATD16x8_8u32s_C1R, 8}, {zepiSATD8x16_8u32s_C1R, 8},
         {zepiSATD8x8_8u32s_C1R, 4},    {zepiSATD8x4_8u32s_C1R, 2},  {zepiSATD4x8_8u32s_C1R, 2},
         {zepiSATD4x4_8u32s_C1R, 1},    {zepiSAT8x8D_8u32s_C1R, 0}};
-    Zep32s v = -1;
     for (auto [fn, blocks] : sizes) {
-        ASSERT_EQ(fn(one, 16, zero, 16, &v), zepStatusOk);
-        EXPECT_EQ(v, blocks ? 16 * blocks : 64) << blocks;
-        ASSERT_EQ(fn(zero, 16, imp, 16, &v), zepStatusOk);
-        EXPECT_EQ(v, (blocks ? 16 : 64) * 3) << blocks;
+        EXPECT_EQ(result(fn, one, 16, zero, 16), blocks ? 16 * blocks : 64) << blocks;
+        EXPECT_EQ(result(fn, zero, 16, imp, 16), (blocks ? 16 : 64) * 3) << blocks;
     }
-    ASSERT_EQ(zepiSATD4x4_8u32s_C1R(hw, 4, zero, 4, &v), zepStatusOk);
-    EXPECT_EQ(v, 182);
+    EXPECT_EQ(result(zepiSATD4x4_8u32s_C1R, hw, 4, zero, 4), 182);
     // The same block in an 8x8 one, with 11 at (5,2) and -6 at (7,7).
     Zep8u s8[64] = {}, r8[64] = {};
     for (int i = 0; i < 16; ++i) s8[(i / 4) * 8 + i % 4] = hw[i];
     s8[5 * 8 + 2] = 11;
     r8[7 * 8 + 7] = 6;
-    ASSERT_EQ(zepiSAT8x8D_8u32s_C1R(s8, 8, r8, 8, &v), zepStatusOk);
-    EXPECT_EQ(v, 964);
+    EXPECT_EQ(result(zepiSAT8x8D_8u32s_C1R, s8, 8, r8, 8), 964);
     // 16-bit: a difference of 65535 everywhere gives a DC of 64 x 65535.
     std::vector<Zep16u> big(64, 65535), nil(64, 0);
-    ASSERT_EQ(zepiSAT8x8D_16u32s_C1R(big.data(), 16, nil.data(), 16, &v), zepStatusOk);
-    EXPECT_EQ(v, 64 * 65535);
+    EXPECT_EQ(result(zepiSAT8x8D_16u32s_C1R, big.data(), 16, nil.data(), 16), 64 * 65535);
 }
 
 TEST(MetricsEntry, SquaredDifferences) {
@@ -217,19 +224,14 @@ TEST(MetricsEntry, SquaredDifferences) {
         ASSERT_EQ(zepiSqrDiff16x16_8u32s(src, 17, f, 17, mc, &v), zepStatusOk) << mc;
         EXPECT_EQ(v, -77) << mc;
     }
-    ASSERT_EQ(zepiSqrDiff16x16_8u32s(src, 17, f, 17, 12, &v), zepStatusOk);
-    EXPECT_EQ(v, 256 * 100);
-    ASSERT_EQ(zepiSSD8x8_8u32s_C1R(src, 17, f, 17, &v, 4), zepStatusOk);
-    EXPECT_EQ(v, 64 * 100);
-    ASSERT_EQ(zepiSSD4x4_8u32s_C1R(src, 17, b, 17, &v, 0), zepStatusOk);
-    EXPECT_EQ(v, 16 * 169);
+    EXPECT_EQ(result(zepiSqrDiff16x16_8u32s, src, 17, f, 17, 12), 256 * 100);
+    EXPECT_EQ(result_mc(zepiSSD8x8_8u32s_C1R, src, 17, f, 17, 4), 64 * 100);
+    EXPECT_EQ(result_mc(zepiSSD4x4_8u32s_C1R, src, 17, b, 17, 0), 16 * 169);
     // (10 + 13 + 1) >> 1 = 12, whatever the modes on flat pictures.
-    ASSERT_EQ(zepiSqrDiff16x16B_8u32s(src, 17, f, 17, 0, b, 17, 12, &v), zepStatusOk);
-    EXPECT_EQ(v, 256 * 144);
+    EXPECT_EQ(result(zepiSqrDiff16x16B_8u32s, src, 17, f, 17, 0, b, 17, 12), 256 * 144);
     // Forward rounding: rows 10, 11 averaged down the column give 11 (not 10).
     for (int i = 0; i < 17 * 17; ++i) f[i] = ((i / 17) & 1) ? 11 : 10;
-    ASSERT_EQ(zepiSqrDiff16x16B_8u32s(src, 17, f, 17, 4, f, 17, 4, &v), zepStatusOk);
-    EXPECT_EQ(v, 256 * 121);
+    EXPECT_EQ(result(zepiSqrDiff16x16B_8u32s, src, 17, f, 17, 4, f, 17, 4), 256 * 121);
 }
 
 TEST(MetricsEntry, SubSadWritesDifferenceAndSad) {
