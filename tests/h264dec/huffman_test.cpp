@@ -36,7 +36,7 @@ TEST(Huffman, LayoutWordForWord) {
 }
 
 // Every code of every generated description decodes to its value with the
-// position just after it, from every bit offset, through both decoders.
+// position just after it, from every bit offset.
 TEST(Huffman, EveryCavlcCodeDecodes) {
     using namespace zep::cavlc;
     std::vector<const Zep32s*> descs = {kCoeffTokenDesc[0], kCoeffTokenDesc[1], kCoeffTokenDesc[2],

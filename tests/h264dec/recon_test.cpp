@@ -31,26 +31,32 @@ std::vector<Zep16s> level_scale(int qp) {
 // Returns false when some intermediate value leaves the 16-bit range (where
 // the library saturates and the standard's arithmetic does not apply).
 bool std_residual(const int* c, const Zep16s* ls, int qp, int64_t* r) {
-    int64_t d[16], f[16], worst = 0;
+    int64_t d[16], worst = 0;
     auto see = [&](int64_t v) { worst = std::max(worst, v < 0 ? -v : v); };
     for (int i = 0; i < 16; ++i) {
         d[i] = qp >= 24 ? (int64_t{c[i]} * ls[i]) << (qp / 6 - 4)
                         : (int64_t{c[i]} * ls[i] + (int64_t{1} << (3 - qp / 6))) >> (4 - qp / 6);
         see(d[i]);
     }
-    for (int i = 0; i < 4; ++i) {
-        const int64_t* x = d + 4 * i;
-        const int64_t e0 = x[0] + x[2], e1 = x[0] - x[2], e2 = (x[1] >> 1) - x[3], e3 = x[1] + (x[3] >> 1);
-        f[4 * i] = e0 + e3, f[4 * i + 1] = e1 + e2, f[4 * i + 2] = e1 - e2, f[4 * i + 3] = e0 - e3;
-        for (int64_t v : {e0, e1, e2, e3, f[4 * i], f[4 * i + 1], f[4 * i + 2], f[4 * i + 3]}) see(v);
-    }
-    for (int j = 0; j < 4; ++j) {
-        const int64_t e0 = f[j] + f[8 + j] + 32, e1 = f[j] - f[8 + j] + 32, e2 = (f[4 + j] >> 1) - f[12 + j],
-                      e3 = f[4 + j] + (f[12 + j] >> 1);
-        for (int64_t v : {e0, e1, e2, e3, e0 + e3, e1 + e2, e1 - e2, e0 - e3}) see(v);
-        r[j] = (e0 + e3) >> 6, r[4 + j] = (e1 + e2) >> 6, r[8 + j] = (e1 - e2) >> 6, r[12 + j] = (e0 - e3) >> 6;
-    }
+    // Rows (s 1), then columns (s 4) with the final rounding folded into e0, e1.
+    auto butterfly = [&](int64_t* x, int s, int64_t add) {
+        const int64_t e0 = x[0] + x[2 * s] + add, e1 = x[0] - x[2 * s] + add, e2 = (x[s] >> 1) - x[3 * s],
+                      e3 = x[s] + (x[3 * s] >> 1);
+        x[0] = e0 + e3, x[s] = e1 + e2, x[2 * s] = e1 - e2, x[3 * s] = e0 - e3;
+        for (int64_t v : {e0, e1, e2, e3, x[0], x[s], x[2 * s], x[3 * s]}) see(v);
+    };
+    for (int i = 0; i < 4; ++i) butterfly(d + 4 * i, 1, 0);
+    for (int j = 0; j < 4; ++j) butterfly(d + j, 4, 32);
+    for (int i = 0; i < 16; ++i) r[i] = d[i] >> 6;
     return worst <= 32767;
+}
+
+// Adds a residual to the 4x4 block at (x0, y0), clipped as the standard does.
+void add_residual(Picture<Zep8u>& pic, int x0, int y0, const int64_t* pred, const int64_t* res) {
+    for (int i = 0; i < 16; ++i) {
+        Zep8u& v = pic.at(x0 + i % 4, y0 + i / 4);
+        v = static_cast<Zep8u>(std::clamp<int64_t>((pred ? pred[i] : v) + res[i], 0, 255));
+    }
 }
 
 TEST(ReconKernels, EveryLevelMatchesReference) {
@@ -113,43 +119,29 @@ TEST(ReconEntry, InterMatchesStandardEveryQp) {
                 const Zep32u cbp = (rng.u32() & 0x1FFFEu) | 1u;
                 int c[256];
                 const int lim = qp >= 24 ? std::max(1, 40 >> (qp / 6 - 4)) : 200;
-                for (int b = 0; b < 16; ++b) {
-                    // Thin the block out until the standard's arithmetic stays in 16 bits.
-                    int64_t scratch[16];
-                    for (int zeroOdds = 2;; zeroOdds += 2) {
+                int64_t r[16];
+                for (int b = 0; b < 16; ++b)  // thinned out until the standard's arithmetic stays in 16 bits
+                    for (int zeroOdds = 2; zeroOdds == 2 || !std_residual(c + 16 * b, ls.data(), qp, r); zeroOdds += 2)
                         for (int i = 0; i < 16; ++i) c[16 * b + i] = rng.range(0, zeroOdds) ? 0 : rng.range(-lim, lim);
-                        if (std_residual(c + 16 * b, ls.data(), qp, scratch)) break;
-                    }
-                }
                 std::vector<Zep16s> c16(c, c + 256);
                 auto pic = Picture<Zep8u>::random(rng, 16, 16, 0);
                 pic.fill(Pattern::Random, rng, 0, 255);
-                std::vector<int> expect(256);
+                auto expect = pic;
                 int used = 0;
-                for (int y = 0; y < 16; ++y)
-                    for (int x = 0; x < 16; ++x) expect[16 * y + x] = pic.at(x, y);
                 for (int k = 0; k < 16; ++k) {
                     if (!(cbp & (2u << k))) continue;
-                    int64_t r[16];
-                    if (bypass && qp == 0)
-                        for (int i = 0; i < 16; ++i) r[i] = c[16 * used + i];
-                    else
-                        ASSERT_TRUE(std_residual(c + 16 * used, ls.data(), qp, r));
+                    if (bypass && qp == 0) std::copy(c + 16 * used, c + 16 * used + 16, r);
+                    else ASSERT_TRUE(std_residual(c + 16 * used, ls.data(), qp, r));
                     ++used;
-                    for (int i = 0; i < 16; ++i) {
-                        int& e = expect[16 * (zep::kBlockY[k] + i / 4) + zep::kBlockX[k] + i % 4];
-                        e = static_cast<int>(std::clamp<int64_t>(e + r[i], 0, 255));
-                    }
+                    add_residual(expect, zep::kBlockX[k], zep::kBlockY[k], nullptr, r);
                 }
                 Zep16s* p = c16.data();
                 ASSERT_EQ(zepiReconstructLumaInter4x4MB_H264_16s8u_C1R(&p, pic.data(), pic.step(), cbp, qp, ls.data(),
                                                                        static_cast<Zep8u>(bypass)),
                           zepStatusOk);
                 EXPECT_EQ(p - c16.data(), 16 * used);
-                for (int y = 0; y < 16; ++y)
-                    for (int x = 0; x < 16; ++x)
-                        ASSERT_EQ(pic.at(x, y), expect[16 * y + x])
-                            << "qp " << qp << " bypass " << bypass << " at " << x << "," << y;
+                ASSERT_TRUE(same_array(expect.block(), pic.block(), "qp " + std::to_string(qp) + " bypass " +
+                                                                        std::to_string(bypass)));
             }
 }
 
@@ -171,32 +163,24 @@ TEST(ReconEntry, TransformsSaturateOrWrapAsDocumented) {
 }
 
 // ---- Intra_4x4 against the standard's equations on the plane ----
-struct IntraRef {
-    Picture<Zep8u>& pic;  // block at (16,16) of a 40x40 picture
-    unsigned ef;
-    int done = 0;  // blocks reconstructed so far
-    // Availability of neighbour sample (x, y) relative to the macroblock.
-    bool avail(int x, int y) const {
-        if (y < 0) {
-            if (x < 0) return !(ef & 16);
-            if (x < 16) return !(ef & 4);
-            return !(ef & 32);
-        }
-        if (x < 0) return !(ef & 1);
-        if (x >= 16) return false;
-        for (int k = 0; k < done; ++k)
-            if (x >= zep::kBlockX[k] && x < zep::kBlockX[k] + 4 && y >= zep::kBlockY[k] && y < zep::kBlockY[k] + 4)
-                return true;
-        return false;
-    }
-    int s(int x, int y) const { return pic.at(16 + x, 16 + y); }
-};
+// Availability of neighbour sample (x, y) relative to the macroblock once
+// `done` blocks are reconstructed.
+bool available(unsigned ef, int done, int x, int y) {
+    if (y < 0) return !(ef & (x < 0 ? 16 : x < 16 ? 4 : 32));
+    if (x < 0) return !(ef & 1);
+    for (int k = 0; k < done; ++k)
+        if (x >= zep::kBlockX[k] && x < zep::kBlockX[k] + 4 && y >= zep::kBlockY[k] && y < zep::kBlockY[k] + 4)
+            return true;
+    return false;
+}
 
 TEST(ReconEntry, IntraMatchesStandardPrediction) {
     Rng rng(29);
     int warned = 0;
+    auto f2 = [](int a, int b) { return (a + b + 1) >> 1; };
+    auto f3 = [](int a, int b, int c) { return (a + 2 * b + c + 2) >> 2; };
     for (int rep = 0; rep < 400; ++rep) {
-        Picture<Zep8u> pic(40, 40, 40 + rng.range(0, 9), rng.range(0, 7), 0);
+        Picture<Zep8u> pic(40, 40, 40 + rng.range(0, 9), rng.range(0, 7), 0);  // macroblock at (16, 16)
         pic.fill(Pattern::Random, rng, 0, 255);
         auto work = pic;
         const unsigned ef = rng.u32() & 0x35u;
@@ -205,97 +189,73 @@ TEST(ReconEntry, IntraMatchesStandardPrediction) {
         const Zep32s cbp = static_cast<Zep32s>(rng.u32() & 0x1FFFEu);
         std::vector<Zep16s> coeffs(256);
         fill(coeffs.data(), 256, Pattern::Random, rng, -6, 6);
-        std::vector<Zep16s> work_coeffs = coeffs;
         Zep32u modes[16];
-        IntraRef r{pic, ef};
         bool expectWarn = false;
         int used = 0;
         for (int k = 0; k < 16; ++k) {
             const int bx = zep::kBlockX[k], by = zep::kBlockY[k];
-            const bool A = r.avail(bx, by - 1), L = r.avail(bx - 1, by), Q = r.avail(bx - 1, by - 1);
-            const bool AR = r.avail(bx + 4, by - 1);
+            const bool A = available(ef, k, bx, by - 1), L = available(ef, k, bx - 1, by);
+            const bool AR = available(ef, k, bx + 4, by - 1);
             std::vector<int> ok = {2};
             if (A) ok.insert(ok.end(), {0, 3, 7});
             if (L) ok.insert(ok.end(), {1, 8});
-            if (A && L && Q) ok.insert(ok.end(), {4, 5, 6});
+            if (A && L && available(ef, k, bx - 1, by - 1)) ok.insert(ok.end(), {4, 5, 6});
             const int m = ok[rng.range(0, static_cast<int>(ok.size()) - 1)];
             modes[k] = static_cast<Zep32u>(m + (rng.range(0, 5) == 0 && m < 3 ? 9 : 0));
-            auto P = [&](int x, int y) {  // p[x, y] of the standard, x or y = -1 for neighbours
-                if (y == -1 && x >= 4 && !AR) return r.s(bx + 3, by - 1);
-                return r.s(bx + x, by + y);
-            };
-            int pred[4][4];
+            // p[i, -1] and p[-1, i] of the standard (t(-1) = l(-1) = the corner);
+            // a missing above-right row repeats p[3, -1].
+            auto t = [&](int i) { return +pic.at(16 + bx + (i >= 4 && !AR ? 3 : i), 15 + by); };
+            auto l = [&](int i) { return +pic.at(15 + bx, 16 + by + i); };
+            int64_t pred[16], res[16] = {};
+            int sa = 0, sl = 0;
+            for (int i = 0; i < 4; ++i) sa += t(i), sl += l(i);
             for (int y = 0; y < 4; ++y)
                 for (int x = 0; x < 4; ++x) {
+                    const int zv = 2 * x - y, zh = 2 * y - x, zu = x + 2 * y, xs = x - (y >> 1), ys = y - (x >> 1);
                     int v = 0;
                     switch (m) {
-                        case 0: v = P(x, -1); break;
-                        case 1: v = P(-1, y); break;
-                        case 2: {
-                            int sa = 0, sl = 0;
-                            for (int i = 0; i < 4; ++i) sa += P(i, -1), sl += P(-1, i);
-                            v = A && L ? (sa + sl + 4) >> 3 : A ? (sa + 2) >> 2 : L ? (sl + 2) >> 2 : 128;
-                            if (!A && !L) expectWarn = true;
-                            break;
-                        }
-                        case 3:
-                            v = (x == 3 && y == 3) ? (P(6, -1) + 3 * P(7, -1) + 2) >> 2
-                                                   : (P(x + y, -1) + 2 * P(x + y + 1, -1) + P(x + y + 2, -1) + 2) >> 2;
-                            break;
+                        case 0: v = t(x); break;
+                        case 1: v = l(y); break;
+                        case 2: v = A && L ? (sa + sl + 4) >> 3 : A ? (sa + 2) >> 2 : L ? (sl + 2) >> 2 : 128; break;
+                        case 3: v = x == 3 && y == 3 ? f3(t(6), t(7), t(7)) : f3(t(x + y), t(x + y + 1), t(x + y + 2)); break;
                         case 4:
-                            v = x > y   ? (P(x - y - 2, -1) + 2 * P(x - y - 1, -1) + P(x - y, -1) + 2) >> 2
-                                : x < y ? (P(-1, y - x - 2) + 2 * P(-1, y - x - 1) + P(-1, y - x) + 2) >> 2
-                                        : (P(0, -1) + 2 * P(-1, -1) + P(-1, 0) + 2) >> 2;
+                            v = x > y ? f3(t(x - y - 2), t(x - y - 1), t(x - y))
+                                : x < y ? f3(l(y - x - 2), l(y - x - 1), l(y - x)) : f3(t(0), t(-1), l(0));
                             break;
-                        case 5: {
-                            const int z = 2 * x - y;
-                            v = (z >= 0 && z % 2 == 0) ? (P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 1) >> 1
-                                : z > 0 ? (P(x - (y >> 1) - 2, -1) + 2 * P(x - (y >> 1) - 1, -1) + P(x - (y >> 1), -1) + 2) >> 2
-                                : z == -1 ? (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2
-                                          : (P(-1, y - 1) + 2 * P(-1, y - 2) + P(-1, y - 3) + 2) >> 2;
+                        case 5:
+                            v = zv >= 0 && zv % 2 == 0 ? f2(t(xs - 1), t(xs)) : zv > 0 ? f3(t(xs - 2), t(xs - 1), t(xs))
+                                : zv == -1 ? f3(l(0), l(-1), t(0)) : f3(l(y - 1), l(y - 2), l(y - 3));
                             break;
-                        }
-                        case 6: {
-                            const int z = 2 * y - x;
-                            v = (z >= 0 && z % 2 == 0) ? (P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 1) >> 1
-                                : z > 0 ? (P(-1, y - (x >> 1) - 2) + 2 * P(-1, y - (x >> 1) - 1) + P(-1, y - (x >> 1)) + 2) >> 2
-                                : z == -1 ? (P(-1, 0) + 2 * P(-1, -1) + P(0, -1) + 2) >> 2
-                                          : (P(x - 1, -1) + 2 * P(x - 2, -1) + P(x - 3, -1) + 2) >> 2;
+                        case 6:
+                            v = zh >= 0 && zh % 2 == 0 ? f2(l(ys - 1), l(ys)) : zh > 0 ? f3(l(ys - 2), l(ys - 1), l(ys))
+                                : zh == -1 ? f3(l(0), l(-1), t(0)) : f3(t(x - 1), t(x - 2), t(x - 3));
                             break;
-                        }
                         case 7:
-                            v = (y % 2 == 0) ? (P(x + (y >> 1), -1) + P(x + (y >> 1) + 1, -1) + 1) >> 1
-                                             : (P(x + (y >> 1), -1) + 2 * P(x + (y >> 1) + 1, -1) + P(x + (y >> 1) + 2, -1) + 2) >> 2;
+                            v = y % 2 == 0 ? f2(t(x + (y >> 1)), t(x + (y >> 1) + 1))
+                                           : f3(t(x + (y >> 1)), t(x + (y >> 1) + 1), t(x + (y >> 1) + 2));
                             break;
-                        default: {
-                            const int z = x + 2 * y;
-                            v = z > 5 ? P(-1, 3)
-                                : z == 5 ? (P(-1, 2) + 3 * P(-1, 3) + 2) >> 2
-                                : z % 2 ? (P(-1, y + (x >> 1)) + 2 * P(-1, y + (x >> 1) + 1) + P(-1, y + (x >> 1) + 2) + 2) >> 2
-                                        : (P(-1, y + (x >> 1)) + P(-1, y + (x >> 1) + 1) + 1) >> 1;
-                        }
+                        default:
+                            v = zu > 5 ? l(3) : zu == 5 ? f3(l(2), l(3), l(3))
+                                : zu % 2 ? f3(l(y + (x >> 1)), l(y + (x >> 1) + 1), l(y + (x >> 1) + 2))
+                                         : f2(l(y + (x >> 1)), l(y + (x >> 1) + 1));
                     }
-                    pred[y][x] = v;
+                    pred[4 * y + x] = v;
                 }
-            int64_t res[16] = {};
+            expectWarn |= m == 2 && !A && !L;
             if (cbp & (2 << k)) {
                 int c[16];
-                for (int i = 0; i < 16; ++i) c[i] = coeffs[16 * used + i];
+                std::copy(coeffs.begin() + 16 * used, coeffs.begin() + 16 * used + 16, c);
                 ASSERT_TRUE(std_residual(c, ls.data(), qp, res)) << "coefficients too large for the check";
                 ++used;
             }
-            for (int y = 0; y < 4; ++y)
-                for (int x = 0; x < 4; ++x)
-                    pic.at(16 + bx + x, 16 + by + y) =
-                        static_cast<Zep8u>(std::clamp<int64_t>(pred[y][x] + res[4 * y + x], 0, 255));
-            r.done = k + 1;
+            add_residual(pic, 16 + bx, 16 + by, pred, res);
         }
-        Zep16s* p = work_coeffs.data();
+        Zep16s* p = coeffs.data();
         const ZepStatus st = zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(
             &p, &work.at(16, 16), work.step(), modes, cbp, static_cast<Zep32u>(qp), static_cast<Zep8u>(ef), ls.data(), 0);
         ASSERT_EQ(st, expectWarn ? zepStatusMissingNeighbours : zepStatusOk) << "rep " << rep;
         warned += expectWarn;
-        ASSERT_EQ(p - work_coeffs.data(), 16 * used);
+        ASSERT_EQ(p - coeffs.data(), 16 * used);
         ASSERT_TRUE(same_array(pic.block(), work.block(), "rep " + std::to_string(rep) + " ef " + std::to_string(ef)));
     }
     EXPECT_GT(warned, 0);

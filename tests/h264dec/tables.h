@@ -11,13 +11,8 @@
 namespace zt {
 
 struct CavlcTables {
-    Zep32s* ct[3] = {};
-    Zep32s* dc420 = nullptr;
-    Zep32s* dc422 = nullptr;
-    Zep32s* tz4x4[16] = {};
-    Zep32s* tz420[4] = {};
-    Zep32s* tz422[8] = {};
-    Zep32s* rb[15] = {};
+    Zep32s *ct[3] = {}, *dc420 = nullptr, *dc422 = nullptr;
+    Zep32s *tz4x4[16] = {}, *tz420[4] = {}, *tz422[8] = {}, *rb[15] = {};
     std::vector<Zep32s*> owned;
 
     CavlcTables() {
@@ -28,9 +23,7 @@ struct CavlcTables {
         for (int i = 1; i < 16; ++i) tz4x4[i] = build(kTotalZeros4x4Desc[i]);
         for (int i = 1; i < 4; ++i) tz420[i] = build(kTotalZerosDc420Desc[i]);
         for (int i = 1; i < 8; ++i) tz422[i] = build(kTotalZerosDc422Desc[i]);
-        for (int i = 1; i < 7; ++i) rb[i] = build(kRunBeforeDesc[i]);
-        Zep32s* more = build(kRunBeforeDesc[7]);
-        for (int i = 7; i < 15; ++i) rb[i] = more;
+        for (int i = 1; i < 15; ++i) rb[i] = i <= 7 ? build(kRunBeforeDesc[i]) : rb[7];  // zerosLeft > 6 share one
     }
     ~CavlcTables() {
         for (Zep32s* t : owned) zepiHuffmanTableFree_32s(t);
