@@ -1,6 +1,7 @@
 // Block compensation and differences: every table entry of every SIMD level
 // against the scalar reference, on random geometry and value patterns.
 #include <array>
+#include <tuple>
 #include <type_traits>
 
 #include "harness/harness.h"
@@ -115,48 +116,38 @@ auto pick(const McDsp& t, int i) {
     else return t.*M;
 }
 
-// Calls by signature.
-template <auto M>
-void mc(const McDsp& t, In& in, Out& o, int i, int p) {
-    pick<M>(t, i)(in.refF.data(), in.refF.step(), in.res.data(), in.res.step(), o.dst.data(), o.dst.step(), p);
+// Calls f with each picture argument spelled out as its samples and step.
+template <class F, class... A>
+void call(F f, A&&... a) {
+    auto flat = [](auto& x) {
+        if constexpr (requires { x.step(); }) return std::tuple(x.data(), x.step());
+        else return std::tuple(x);
+    };
+    std::apply(f, std::tuple_cat(flat(a)...));
 }
-template <auto M>
-void mcB(const McDsp& t, In& in, Out& o, int i, int p) {
-    pick<M>(t, i)(in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), in.res.data(), in.res.step(),
-                  o.dst.data(), o.dst.step(), p);
-}
-template <auto M>
-void copy(const McDsp& t, In& in, Out& o, int i, int) {
-    pick<M>(t, i)(in.refF.data(), in.refF.step(), o.dst.data(), o.dst.step());
-}
-template <auto M>
-void average(const McDsp& t, In& in, Out& o, int, int) {
-    (t.*M)(in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), o.dst.data(), o.dst.step());
-}
-template <auto M>
-void diff(const McDsp& t, In& in, Out& o, int i, int rnd) {
-    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
-                  o.pred.data(), o.pred.step(), rnd);
-}
-template <auto M>
-void diffB(const McDsp& t, In& in, Out& o, int i, int rnd) {
-    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
-                  o.diff.data(), o.diff.step(), rnd);
-}
-template <auto M>
-void diffChroma(const McDsp& t, In& in, Out& o, int i, int rnd) {
-    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
-                  o.diffV.data(), o.diffV.step(), rnd);
-}
-template <auto M>
-void diffChromaB(const McDsp& t, In& in, Out& o, int i, int rnd) {
-    pick<M>(t, i)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(),
-                  o.diff.data(), o.diff.step(), o.diffV.data(), o.diffV.step(), rnd);
-}
-template <auto M>
-void sub(const McDsp& t, In& in, Out& o, int, int) {
-    (t.*M)(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step());
-}
+
+// Calls by signature, as Family::call.
+#define KERNEL(name, ...)                                                                         \
+    template <auto M>                                                                             \
+    void name(const McDsp& t, [[maybe_unused]] In& in, Out& o, [[maybe_unused]] int i,            \
+              [[maybe_unused]] int p) {                                                           \
+        call(pick<M>(t, i), __VA_ARGS__);                                                         \
+    }
+KERNEL(mc, in.refF, in.res, o.dst, p)
+KERNEL(mcB, in.refF, in.refB, in.res, o.dst, p)
+KERNEL(mcChroma, in.refF, in.res.data(), in.resV.data(), in.res.step(), o.dst, p)
+KERNEL(mcChromaB, in.refF, in.refB, in.res.data(), in.resV.data(), in.res.step(), o.dst, p)
+KERNEL(copy, in.refF, o.dst)
+KERNEL(average, in.refF, in.refB, o.dst)
+KERNEL(add, in.res, o.dst)
+KERNEL(addc, o.dst, p)
+KERNEL(diff, in.cur, in.refF, o.diff, o.pred, p)
+KERNEL(diff4x4, in.cur, in.refF, o.diff, o.pred, i, p)  // entry i is the mode
+KERNEL(diffB, in.cur, in.refF, in.refB, o.diff, p)
+KERNEL(diffChroma, in.cur, in.refF, o.diff, o.diffV, p)
+KERNEL(diffChromaB, in.cur, in.refF, in.refB, o.diff, o.diffV, p)
+KERNEL(sub, in.cur, in.refF, o.diff)
+#undef KERNEL
 
 TEST(McKernels, SingleCompensationMatchesReference) {
     run({{"mc16", 8, 16, heights({16, 8}), mc<&McDsp::mc16>},
@@ -168,10 +159,7 @@ TEST(McKernels, SingleCompensationMatchesReference) {
          {"mc4x2", 4, 4, roundings(2), mc<&McDsp::mc4x2>},
          {"mc2x4", 4, 2, roundings(4), mc<&McDsp::mc2x4>},
          {"mc2x2", 4, 2, roundings(2), mc<&McDsp::mc2x2>},
-         {"mcChroma", 8, 16, heights({8, 4}), [](const McDsp& t, In& in, Out& o, int i, int h) {
-              t.mcChroma[i](in.refF.data(), in.refF.step(), in.res.data(), in.resV.data(), in.res.step(),
-                            o.dst.data(), o.dst.step(), h);
-          }}});
+         {"mcChroma", 8, 16, heights({8, 4}), mcChroma<&McDsp::mcChroma>}});
 }
 
 TEST(McKernels, BidirectionalCompensationMatchesReference) {
@@ -183,10 +171,7 @@ TEST(McKernels, BidirectionalCompensationMatchesReference) {
          {"mcB4x2", 16, 4, roundings(2), mcB<&McDsp::mcB4x2>},
          {"mcB2x4", 16, 2, roundings(4), mcB<&McDsp::mcB2x4>},
          {"mcB2x2", 16, 2, roundings(2), mcB<&McDsp::mcB2x2>},
-         {"mcChromaB", 32, 16, heights({8, 4}), [](const McDsp& t, In& in, Out& o, int i, int h) {
-              t.mcChromaB[i](in.refF.data(), in.refF.step(), in.refB.data(), in.refB.step(), in.res.data(),
-                             in.resV.data(), in.res.step(), o.dst.data(), o.dst.step(), h);
-          }}});
+         {"mcChromaB", 32, 16, heights({8, 4}), mcChromaB<&McDsp::mcChromaB>}});
 }
 
 TEST(McKernels, CopiesAndAveragesMatchReference) {
@@ -202,11 +187,9 @@ TEST(McKernels, CopiesAndAveragesMatchReference) {
          {"copy8x8", 1, 8, {{8, 0}}, copy<&McDsp::copy8x8>},
          {"averageI16x16", 1, 16, {{16, 0}}, copy<&McDsp::averageI16x16>},
          {"averageI8x8", 1, 8, {{8, 0}}, copy<&McDsp::averageI8x8>},
-         {"add8x8", 1, 8, {{8, 0}}, [](const McDsp& t, In& in, Out& o, int, int) {
-              t.add8x8(in.res.data(), in.res.step(), o.dst.data(), o.dst.step());
-          }},
+         {"add8x8", 1, 8, {{8, 0}}, add<&McDsp::add8x8>},
          {"addc8x8", 1, 8, {{8, -32768}, {8, -256}, {8, -1}, {8, 0}, {8, 1}, {8, 77}, {8, 255}, {8, 32767}},
-          [](const McDsp& t, In&, Out& o, int, int v) { t.addc8x8(o.dst.data(), o.dst.step(), v); }},
+          addc<&McDsp::addc8x8>},
          {"average16x16", 1, 16, {{16, 0}}, average<&McDsp::average16x16>},
          {"average8x8", 1, 8, {{8, 0}}, average<&McDsp::average8x8>}});
 }
@@ -222,10 +205,7 @@ TEST(McKernels, DifferencesMatchReference) {
          {"diffB8x16", 16, 8, roundings(16), diffB<&McDsp::diffB8x16>},
          {"diffB8x8", 16, 8, roundings(8), diffB<&McDsp::diffB8x8>},
          {"diffB8x4", 16, 8, roundings(4), diffB<&McDsp::diffB8x4>},
-         {"diff4x4 (entry = mode)", 4, 4, roundings(4), [](const McDsp& t, In& in, Out& o, int mode, int rnd) {
-              t.diff4x4(in.cur.data(), in.cur.step(), in.refF.data(), in.refF.step(), o.diff.data(), o.diff.step(),
-                        o.pred.data(), o.pred.step(), mode, rnd);
-          }},
+         {"diff4x4", 4, 4, roundings(4), diff4x4<&McDsp::diff4x4>},
          {"diffChroma8x8", 4, 16, roundings(8), diffChroma<&McDsp::diffChroma8x8>},
          {"diffChroma8x4", 4, 16, roundings(4), diffChroma<&McDsp::diffChroma8x4>},
          {"diffChromaB8x8", 16, 16, roundings(8), diffChromaB<&McDsp::diffChromaB8x8>},
@@ -233,6 +213,7 @@ TEST(McKernels, DifferencesMatchReference) {
          {"sub16x16", 1, 16, {{16, 0}}, sub<&McDsp::sub16x16>},
          {"sub8x8", 1, 8, {{8, 0}}, sub<&McDsp::sub8x8>},
          {"sub4x4", 1, 4, {{4, 0}}, sub<&McDsp::sub4x4>}});
+
 }
 
 // Both roundings of every pair of samples, at every level (the round-down
