@@ -18,7 +18,6 @@ namespace {
 using namespace zt;
 using zep::FwdQuantDsp;
 
-constexpr int kIters = 200;
 constexpr size_t kPad = 8;
 
 // Built-in multipliers and dequantisation factors per qp % 6 and position
@@ -174,7 +173,7 @@ TEST(FwdQuantKernels, EveryLevelMatchesReference) {
         const FwdQuantDsp k = zep::build_table(zep::fwdquant_init, level);
         Rng rng(9);
         for (Pattern pat : kAllPatterns)
-            for (int it = 0; it < kIters; ++it) {
+            for (int it = 0; it < 200; ++it) {
                 const int qp = rng.range(0, 87), intra = rng.coin(), div = qp / 6;
                 const int qp16 = qp % 52;  // the 16-bit quantiser with built-in multipliers only sees qp 0..51
                 const int off = rng.range(0, 7);
@@ -189,12 +188,9 @@ TEST(FwdQuantKernels, EveryLevelMatchesReference) {
                     if (it % 3 == 0) v32[i] >>= 12;                          // realistic magnitudes as well
                     mult[i] = it & 1 ? static_cast<Zep32s>(rng.u32()) : rng.range(0, 65535);
                 }
-                if (it % 4 == 0) {
-                    fill(scanPos.data() + off, 16, Pattern::Random, rng, -32768, 32767);
-                } else {
-                    const auto p = random_scan_pos(rng);
-                    std::copy(p.begin(), p.end(), scanPos.begin() + off);
-                }
+                const auto p = random_scan_pos(rng);
+                std::copy(p.begin(), p.end(), scanPos.begin() + off);
+                if (it % 4 == 0) fill(scanPos.data() + off, 16, Pattern::Random, rng, -32768, 32767);  // negative too
                 const Zep32s rndScale = zep::fwdq_round11[div + intra];
                 const std::string ctx = context(level, pat, "qp " + std::to_string(qp) + " intra " +
                                                                 std::to_string(intra) + " offset " + std::to_string(off));
@@ -223,7 +219,7 @@ TEST(FwdQuantEntry, BadArgumentsWriteNothing) {
     Guarded<Zep32s> d32(16), n(1), last(1);
     EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Fwd_H264_16s_C1, s16, d16.data()));
     EXPECT_TRUE(null_sweep(zepiTransformResidual4x4Fwd_H264_32s_C1, s32, d32.data()));
-    for (Zep32u qp : {0u, 88u}) {
+    for (Zep32u qp : {88u, 0u}) {  // bad qp first: a missing check reports before it can crash
         EXPECT_TRUE(null_sweep_except({4}, zepiQuantizeResidual4x4Fwd_H264_32s_C1, s32, d32.data(), n.data(),
                                       last.data(), scale, scan, qp, 0));
         EXPECT_TRUE(null_sweep_except({4}, zepiQuantizeResidual4x4Fwd_H264_16s_C1, s16, d16.data(), n.data(),
