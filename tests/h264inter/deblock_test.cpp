@@ -57,29 +57,55 @@ const Line kLines[] = {
     {{0, 0, 254, 0, 254, 1, 254, 254}, 255, 255, 3, 93, 255, {0, 0, 161, 95, 159, 94, 254, 254}, "delta 159, tC0 93"},
 };
 
+// A macroblock with the thresholds and strengths of its edges.
+template <class T>
+struct Edge {
+    Mb<T> mb;
+    T alpha[2] = {}, beta[2] = {}, tc0[16] = {};
+    Zep8u bs[16] = {};
+};
+
+// Filters through table t (wide: its full-range 16-bit kernels), or through
+// the entry points when t is null.
+template <class T>
+void filter(const DeblockDsp* t, bool wide, int dir, Mb<T>& mb, const Edge<T>& in, int depth) {
+    const int maxVal = (1 << depth) - 1;
+    if constexpr (sizeof(T) == 1) {
+        if (t) return t->luma8[dir](mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs);
+        auto f = dir ? zepiFilterDeblockingLuma_HorEdge_H264_8u_C1IR : zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR;
+        ASSERT_EQ(f(mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs), zepStatusOk);
+    } else {
+        if (t) {
+            const auto& table = wide ? t->luma16_wide : t->luma16;
+            return table[dir](mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs, maxVal);
+        }
+        const ZepDeblockParams16u p{mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs, depth};
+        auto f = dir ? zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR : zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR;
+        ASSERT_EQ(f(&p), zepStatusOk);
+    }
+}
+
 // Fills the four lines of segment `seg` across edge e with c.in over a random
 // macroblock and expects c.out there and every other sample unchanged.
-template <class T, class Fn>
-void run_line(const Line& c, bool vertical, int e, int seg, Fn&& filter) {
-    Mb<T> mb(3);
+template <class T>
+void run_line(const Line& c, int dir, int e, int seg, const DeblockDsp& t, bool wide) {
+    Edge<T> in{Mb<T>(3)};
     Rng rng(e * 4 + seg);
-    for (auto& v : mb.mem) v = static_cast<T>(rng.range(0, c.maxVal));
-    Mb<T> want = mb;
+    for (auto& v : in.mb.mem) v = static_cast<T>(rng.range(0, c.maxVal));
+    Mb<T> want = in.mb;
     for (int i = 4 * seg; i < 4 * seg + 4; ++i)
         for (int k = 0; k < 8; ++k) {
-            mb.line(vertical, e, i, k) = static_cast<T>(c.in[k]);
-            want.line(vertical, e, i, k) = static_cast<T>(c.out[k]);
+            in.mb.line(dir == 0, e, i, k) = static_cast<T>(c.in[k]);
+            want.line(dir == 0, e, i, k) = static_cast<T>(c.out[k]);
         }
-    // Thresholds of the other edge class (inner vs. outer) are zero: reading the wrong one filters nothing.
-    const T alpha[2] = {static_cast<T>(e ? 0 : c.alpha), static_cast<T>(e ? c.alpha : 0)};
-    const T beta[2] = {static_cast<T>(e ? 0 : c.beta), static_cast<T>(e ? c.beta : 0)};
-    T tc0[16] = {};
-    Zep8u bs[16] = {};
-    bs[4 * e + seg] = static_cast<Zep8u>(c.bS);
-    tc0[4 * e + seg] = static_cast<T>(c.tc0);
-    filter(mb.origin(), mb.step, alpha, beta, tc0, bs);
-    ASSERT_TRUE(same_array(want.mem, mb.mem, std::string(c.what) + (vertical ? " vertical" : " horizontal") +
-                                                 " edge " + std::to_string(e) + " segment " + std::to_string(seg)));
+    // The other edge class (outer vs. inner) keeps zero thresholds: reading them filters nothing.
+    in.alpha[e ? 1 : 0] = static_cast<T>(c.alpha);
+    in.beta[e ? 1 : 0] = static_cast<T>(c.beta);
+    in.bs[4 * e + seg] = static_cast<Zep8u>(c.bS);
+    in.tc0[4 * e + seg] = static_cast<T>(c.tc0);
+    filter(&t, wide, dir, in.mb, in, c.maxVal == 255 ? 8 : 10);
+    ASSERT_TRUE(same_array(want.mem, in.mb.mem, std::string(c.what) + (dir ? " horizontal" : " vertical") + " edge " +
+                                                    std::to_string(e) + " segment " + std::to_string(seg)));
 }
 
 // 8-bit lines through the 8-bit kernels and both 16-bit kernels; 10-bit lines
@@ -92,11 +118,8 @@ TEST(DeblockLines, HandWorkedCasesAtEveryLevel) {
             for (int dir = 0; dir < 2; ++dir)
                 for (int e : {0, 3})
                     for (int seg : {0, 2, 3}) {
-                        if (c.maxVal == 255) run_line<Zep8u>(c, dir == 0, e, seg, t.luma8[dir]);
-                        for (auto fn : {t.luma16[dir], t.luma16_wide[dir]})
-                            run_line<Zep16u>(c, dir == 0, e, seg, [&](Zep16u* p, int s, auto a, auto b, auto tc, auto bs) {
-                                fn(p, s, a, b, tc, bs, c.maxVal);
-                            });
+                        if (c.maxVal == 255) run_line<Zep8u>(c, dir, e, seg, t, false);
+                        for (bool wide : {false, true}) run_line<Zep16u>(c, dir, e, seg, t, wide);
                     }
     }
 }
@@ -104,47 +127,29 @@ TEST(DeblockLines, HandWorkedCasesAtEveryLevel) {
 // Random macroblocks whose sample spread is comparable to alpha and beta, so
 // every comparison lands on both sides and often on equality.
 template <class T>
-struct RandomEdge {
-    Mb<T> mb;
-    T alpha[2], beta[2], tc0[16];
-    Zep8u bs[16];
-    RandomEdge(Rng& rng, int maxVal) : mb(rng.range(0, 9)) {
-        const int spread = std::min(maxVal, std::array<int, 5>{2, 6, 20, 80, maxVal}[rng.range(0, 4)]);
-        const int base = rng.range(0, maxVal - spread), pat = rng.range(0, 3);
-        for (auto& v : mb.mem) v = static_cast<T>(pat == 1 ? (rng.coin() ? maxVal : 0) : base + rng.range(0, spread));
-        if (pat == 2)  // steps at every edge: flat 4x4 blocks
-            for (int y = -4; y < 20; ++y)
-                for (int x = -4; x < 20; ++x)
-                    mb.origin()[y * mb.step + x] = static_cast<T>(base + (((x + 4) >> 2) * 7 + ((y + 4) >> 2) * 5) % (spread + 1));
-        for (int i = 0; i < 2; ++i) {
-            alpha[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread + 3)));
-            beta[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread / 2 + 3)));
-        }
-        if (rng.range(0, 9) == 0) alpha[0] = beta[0] = static_cast<T>(maxVal);
-        const int bsMode = rng.range(0, 4);
-        for (int i = 0; i < 16; ++i) {
-            bs[i] = static_cast<Zep8u>(bsMode == 0 ? rng.range(0, 4) : bsMode == 1 ? rng.range(1, 3)
-                                       : bsMode == 2 ? (rng.coin() ? 4 : 0) : bsMode == 3 ? rng.range(0, 6) : 4);
-            tc0[i] = static_cast<T>(rng.range(0, 9) == 0 ? rng.range(0, maxVal) : rng.range(0, 25 * ((maxVal + 1) / 256)));
-        }
-        if (rng.range(0, 4) == 0) std::fill_n(bs + 4 * rng.range(0, 3), 4, 0);
+Edge<T> random_edge(Rng& rng, int maxVal) {
+    Edge<T> in{Mb<T>(rng.range(0, 9))};
+    const int spread = std::min(maxVal, std::array<int, 5>{2, 6, 20, 80, maxVal}[rng.range(0, 4)]);
+    const int base = rng.range(0, maxVal - spread), pat = rng.range(0, 3);
+    for (auto& v : in.mb.mem) v = static_cast<T>(pat == 1 ? (rng.coin() ? maxVal : 0) : base + rng.range(0, spread));
+    if (pat == 2)  // steps at every edge: flat 4x4 blocks
+        for (int y = -4; y < 20; ++y)
+            for (int x = -4; x < 20; ++x)
+                in.mb.origin()[y * in.mb.step + x] =
+                    static_cast<T>(base + (((x + 4) >> 2) * 7 + ((y + 4) >> 2) * 5) % (spread + 1));
+    for (int i = 0; i < 2; ++i) {
+        in.alpha[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread + 3)));
+        in.beta[i] = static_cast<T>(rng.range(0, std::min(maxVal, spread / 2 + 3)));
     }
-};
-
-// Filters through table t (wide: its full-range 16-bit kernels), or through
-// the entry points when t is null.
-template <class T>
-void filter(const DeblockDsp* t, bool wide, int dir, Mb<T>& mb, const RandomEdge<T>& in, int depth) {
-    const int maxVal = (1 << depth) - 1;
-    if constexpr (sizeof(T) == 1) {
-        if (t) return t->luma8[dir](mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs);
-        auto f = dir ? zepiFilterDeblockingLuma_HorEdge_H264_8u_C1IR : zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR;
-        ASSERT_EQ(f(mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs), zepStatusOk);
-    } else {
-        if (t) return (wide ? t->luma16_wide : t->luma16)[dir](mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs, maxVal);
-        const ZepDeblockParams16u p{mb.origin(), mb.step, in.alpha, in.beta, in.tc0, in.bs, depth};
-        ASSERT_EQ((dir ? zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR : zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR)(&p), zepStatusOk);
+    if (rng.range(0, 9) == 0) in.alpha[0] = in.beta[0] = static_cast<T>(maxVal);
+    const int bsMode = rng.range(0, 4);
+    for (int i = 0; i < 16; ++i) {
+        in.bs[i] = static_cast<Zep8u>(bsMode == 0 ? rng.range(0, 4) : bsMode == 1 ? rng.range(1, 3)
+                                      : bsMode == 2 ? (rng.coin() ? 4 : 0) : bsMode == 3 ? rng.range(0, 6) : 4);
+        in.tc0[i] = static_cast<T>(rng.range(0, 9) == 0 ? rng.range(0, maxVal) : rng.range(0, 25 * ((maxVal + 1) / 256)));
     }
+    if (rng.range(0, 4) == 0) std::fill_n(in.bs + 4 * rng.range(0, 3), 4, 0);
+    return in;
 }
 
 template <class T>
@@ -152,7 +157,7 @@ void matches_reference(const DeblockDsp* k, int depth, int iterations, Rng& rng)
     const DeblockDsp ref = zep::build_table(zep::deblock_init, Isa::Ref);
     for (int it = 0; it < iterations; ++it)
         for (int dir = 0; dir < 2; ++dir) {
-            RandomEdge<T> in(rng, (1 << depth) - 1);
+            const Edge<T> in = random_edge<T>(rng, (1 << depth) - 1);
             auto want = in.mb, got = in.mb;
             filter(&ref, true, dir, want, in, depth);
             ASSERT_NO_FATAL_FAILURE(filter(k, false, dir, got, in, depth));

@@ -54,7 +54,8 @@ TEST(KernelReach, InterpolationReadsOnlyTheFilterReach) {
                     const int w = 4 << cls, h = 8, step = w + 5;  // columns -2 .. w + 2
                     Fenced src(static_cast<size_t>(step) * (h + 5), back), dst(static_cast<size_t>(w) * h, back);
                     t.luma8[cls][pos](src.data() + 2 * step + 2, step, dst.data(), w, h);
-                    Fenced src16(2 * static_cast<size_t>(step) * (h + 5), back, 1023), dst16(2 * static_cast<size_t>(w) * h, back);
+                    Fenced src16(2 * static_cast<size_t>(step) * (h + 5), back, 1023);
+                    Fenced dst16(2 * static_cast<size_t>(w) * h, back);
                     t.luma16[cls][pos](src16.data<Zep16u>() + 2 * step + 2, step, dst16.data<Zep16u>(), w, h, 1023);
                     // No rows (a height of 0 or a negative multiple of 4 passes the checks): nothing at all.
                     Fenced none(0, back);
@@ -73,7 +74,8 @@ TEST(KernelReach, DeblockingTouchesOnlyTheMacroblockAndItsNeighbours) {
             for (int i = 0; i < 16; ++i) bs[i] = static_cast<Zep8u>(mode ? 4 : 1 + i % 3);
             for (bool back : kSides) {
                 // Vertical edges: 16 rows of columns -4..15; horizontal: rows -4..15 of 16 columns.
-                Fenced ver(20 * 16, back), hor(16 * 20, back), ver16(2 * 20 * 16, back, 1023), hor16(2 * 16 * 20, back, 1023);
+                Fenced ver(20 * 16, back), hor(16 * 20, back);
+                Fenced ver16(2 * 20 * 16, back, 1023), hor16(2 * 16 * 20, back, 1023);
                 t.luma8[0](ver.data() + 4, 20, alpha, beta, tc0, bs);
                 t.luma8[1](hor.data() + 4 * 16, 16, alpha, beta, tc0, bs);
                 t.luma16[0](ver16.data<Zep16u>() + 4, 20, alpha16, beta16, tc16, bs, 1023);

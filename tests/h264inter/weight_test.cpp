@@ -36,6 +36,46 @@ void expect_each(const Picture<Zep8u>& got, F&& want, const std::string& ctx) {
         for (int x = 0; x < got.width(); ++x) ASSERT_EQ(got.at(x, y), want(x, y)) << ctx << " at " << x << "," << y;
 }
 
+// One random case of every entry point against its equation.
+void check_forms(Rng& rng, int w, int h, Pattern pat) {
+    Blocks in(rng, w, h, pat);
+    const int lw = rng.range(0, 7), w1 = rng.range(-128, 127), w2 = rng.range(-128, 127);
+    const int o1 = rng.range(-128, 127), o2 = rng.range(-128, 127);
+    const int iw1 = rng.range(-64, 128), iw2 = 64 - iw1;
+    const long long r = lw >= 1 ? 1LL << (lw - 1) : 0;
+    const std::string ctx =
+        std::to_string(w) + "x" + std::to_string(h) + " logWD " + std::to_string(lw) + " pattern " + pattern_name(pat);
+    Picture<Zep8u> b1(w, h, in.a.step());  // the shared-step forms read the second block at the first one's step
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) b1.at(x, y) = in.b.at(x, y);
+    const Zep8u *a = in.a.data(), *b = in.b.data();
+    const int as = in.a.step(), bs = in.b.step();
+    auto A = [&](int x, int y) { return in.a.at(x, y); };
+    auto B = [&](int x, int y) { return in.b.at(x, y); };
+    auto check = [&](const char* name, Picture<Zep8u> d, auto call, auto want) {
+        ASSERT_EQ(call(d.data(), d.step()), zepStatusOk) << ctx << " " << name;
+        expect_each(d, want, ctx + " " + name);
+    };
+    auto uni = [&](int x, int y) { return clip255(((A(x, y) * w1 + r) >> lw) + o1); };
+    for (auto f : {zepiUniDirWeightBlock_H264_8u_C1R, zepiUniDirWeightBlock_H264_8u_C1IR})
+        check("one-directional", in.a, [&](Zep8u* d, int ds) { return f(d, ds, lw, w1, o1, w, h); }, uni);
+    auto bi = [&](int x, int y) {
+        return clip255(((A(x, y) * w1 + B(x, y) * w2 + (1LL << lw)) >> (lw + 1)) + ((o1 + o2 + 1) >> 1));
+    };
+    check("explicit P2P1R", in.d, [&](Zep8u* d, int ds) {
+        return zepiBiDirWeightBlock_H264_8u_P2P1R(a, b1.data(), d, as, ds, lw, w1, o1, w2, o2, w, h); }, bi);
+    check("explicit P3P1R", in.d, [&](Zep8u* d, int ds) {
+        return zepiBiDirWeightBlock_H264_8u_P3P1R(a, b, d, as, bs, ds, lw, w1, o1, w2, o2, w, h); }, bi);
+    auto implicit = [&](int x, int y) { return clip255((A(x, y) * iw1 + B(x, y) * iw2 + 32) >> 6); };
+    check("implicit P2P1R", in.d, [&](Zep8u* d, int ds) {
+        return zepiBiDirWeightBlockImplicit_H264_8u_P2P1R(a, b1.data(), d, as, ds, iw1, iw2, w, h); }, implicit);
+    check("implicit P3P1R", in.d, [&](Zep8u* d, int ds) {
+        return zepiBiDirWeightBlockImplicit_H264_8u_P3P1R(a, b, d, as, bs, ds, iw1, iw2, w, h); }, implicit);
+    // The weighted average writes over the second block.
+    check("average", b1, [&](Zep8u* d, int ds) { return zepiWeightedAverage_H264_8u_C1IR(a, d, ds, w1, w2, lw, o1, w, h); },
+          [&](int x, int y) { return clip255(((A(x, y) * w1 + B(x, y) * w2 + r) >> lw) + o1); });
+}
+
 // Every form in the parameter ranges of the format: logWD 0..7, weights
 // -128..127 (implicit -64..128), offsets -128..127, on every block size.
 TEST(WeightEntry, MatchesWeightingEquations) {
@@ -43,42 +83,7 @@ TEST(WeightEntry, MatchesWeightingEquations) {
     for (int w : kSizes)
         for (int h : kSizes)
             for (Pattern pat : kAllPatterns)
-                for (int it = 0; it < 6; ++it) {
-                    Blocks in(rng, w, h, pat);
-                    const int lw = rng.range(0, 7), w1 = rng.range(-128, 127), w2 = rng.range(-128, 127);
-                    const int o1 = rng.range(-128, 127), o2 = rng.range(-128, 127);
-                    const int iw1 = rng.range(-64, 128), iw2 = 64 - iw1;
-                    const long long r = lw >= 1 ? 1LL << (lw - 1) : 0;
-                    const std::string ctx = std::to_string(w) + "x" + std::to_string(h) + " logWD " +
-                                            std::to_string(lw) + " pattern " + pattern_name(pat);
-                    auto A = [&](int x, int y) { return in.a.at(x, y); };
-                    auto B = [&](int x, int y) { return in.b.at(x, y); };
-                    // One-directional, in place (both names).
-                    for (auto fn : {zepiUniDirWeightBlock_H264_8u_C1R, zepiUniDirWeightBlock_H264_8u_C1IR}) {
-                        auto p = in.a;
-                        ASSERT_EQ(fn(p.data(), p.step(), lw, w1, o1, w, h), zepStatusOk);
-                        ASSERT_NO_FATAL_FAILURE(expect_each(p, [&](int x, int y) { return clip255(((A(x, y) * w1 + r) >> lw) + o1); }, ctx));
-                    }
-                    // Explicit and implicit, each in both argument forms; P2P1R shares one source step.
-                    Picture<Zep8u> b1(w, h, in.a.step());
-                    for (int y = 0; y < h; ++y)
-                        for (int x = 0; x < w; ++x) b1.at(x, y) = in.b.at(x, y);
-                    auto d2 = in.d, d3 = in.d, i2 = in.d, i3 = in.d;
-                    ASSERT_EQ(zepiBiDirWeightBlock_H264_8u_P2P1R(in.a.data(), b1.data(), d2.data(), in.a.step(), d2.step(), lw, w1, o1, w2, o2, w, h), zepStatusOk);
-                    ASSERT_EQ(zepiBiDirWeightBlock_H264_8u_P3P1R(in.a.data(), in.b.data(), d3.data(), in.a.step(), in.b.step(), d3.step(), lw, w1, o1, w2, o2, w, h), zepStatusOk);
-                    ASSERT_EQ(zepiBiDirWeightBlockImplicit_H264_8u_P2P1R(in.a.data(), b1.data(), i2.data(), in.a.step(), i2.step(), iw1, iw2, w, h), zepStatusOk);
-                    ASSERT_EQ(zepiBiDirWeightBlockImplicit_H264_8u_P3P1R(in.a.data(), in.b.data(), i3.data(), in.a.step(), in.b.step(), i3.step(), iw1, iw2, w, h), zepStatusOk);
-                    auto bi = [&](int x, int y) {
-                        return clip255(((A(x, y) * w1 + B(x, y) * w2 + (1LL << lw)) >> (lw + 1)) + ((o1 + o2 + 1) >> 1));
-                    };
-                    auto implicit = [&](int x, int y) { return clip255((A(x, y) * iw1 + B(x, y) * iw2 + 32) >> 6); };
-                    for (auto* d : {&d2, &d3}) ASSERT_NO_FATAL_FAILURE(expect_each(*d, bi, ctx + " explicit"));
-                    for (auto* d : {&i2, &i3}) ASSERT_NO_FATAL_FAILURE(expect_each(*d, implicit, ctx + " implicit"));
-                    // Weighted average over the second block.
-                    auto avg = b1;
-                    ASSERT_EQ(zepiWeightedAverage_H264_8u_C1IR(in.a.data(), avg.data(), avg.step(), w1, w2, lw, o1, w, h), zepStatusOk);
-                    ASSERT_NO_FATAL_FAILURE(expect_each(avg, [&](int x, int y) { return clip255(((A(x, y) * w1 + B(x, y) * w2 + r) >> lw) + o1); }, ctx + " average"));
-                }
+                for (int it = 0; it < 6; ++it) ASSERT_NO_FATAL_FAILURE(check_forms(rng, w, h, pat));
 }
 
 // Kernel levels on random parameters including the extremes the entry points
@@ -105,14 +110,15 @@ TEST(WeightKernels, EveryLevelMatchesReference) {
                         if (rng.coin() && p.shift) p.round = (1 << std::min(p.shift, 30)) - 1;
                         p.offset = wide ? rng.range(-(1 << 25), 1 << 25) : rng.range(-255, 255);
                         auto run = [&](const WeightDsp& t, Picture<Zep8u> d) {
-                            if (any) t.any(in.a.data(), in.a.step(), in.b.data(), in.b.step(), d.data(), d.step(), p, w, h);
-                            else t.block[wc * 4 + hc](in.a.data(), in.a.step(), in.b.data(), in.b.step(), d.data(), d.step(), p);
+                            const Zep8u *a = in.a.data(), *b = in.b.data();
+                            if (any) t.any(a, in.a.step(), b, in.b.step(), d.data(), d.step(), p, w, h);
+                            else t.block[wc * 4 + hc](a, in.a.step(), b, in.b.step(), d.data(), d.step(), p);
                             return d.block();
                         };
-                        ASSERT_TRUE(same_array(run(ref, in.d), run(k, in.d),
-                                               context(level, pat, std::to_string(w) + "x" + std::to_string(h) + (any ? " any" : "") +
-                                                                       " w1 " + std::to_string(p.w1) + " w2 " + std::to_string(p.w2) +
-                                                                       " shift " + std::to_string(p.shift) + " offset " + std::to_string(p.offset))));
+                        const std::string ctx = std::to_string(w) + "x" + std::to_string(h) + (any ? " any" : "") + " w1 " +
+                                                std::to_string(p.w1) + " w2 " + std::to_string(p.w2) + " shift " +
+                                                std::to_string(p.shift) + " offset " + std::to_string(p.offset);
+                        ASSERT_TRUE(same_array(run(ref, in.d), run(k, in.d), context(level, pat, ctx)));
                     }
     }
 }
@@ -162,7 +168,8 @@ TEST(WeightEntry, ImplicitThreeStepsAnySize) {
               zepStatusOk);
     for (int y = 0; y < 6; ++y)
         for (int x = 0; x < 4; ++x)
-            ASSERT_EQ(d.at(x, y), x < 3 && y < 5 ? (in.a.at(x, y) * 20 + in.b.at(x, y) * 44 + 32) >> 6 : 0xA5) << x << "," << y;
+            ASSERT_EQ(d.at(x, y), x < 3 && y < 5 ? (in.a.at(x, y) * 20 + in.b.at(x, y) * 44 + 32) >> 6 : 0xA5)
+                << x << "," << y;
 }
 
 }  // namespace
