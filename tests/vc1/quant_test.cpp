@@ -110,20 +110,14 @@ TEST(Vc1QuantKernels, EveryLevelMatchesReference) {
 // of the non-zero outputs (intra: row 0 always counts, column 0 counts the
 // dequantised DC). Values include products that wrap to zero.
 TEST(Vc1QuantEntry, EntryPointsFollowTheFormulas) {
-    using Fwd = ZepStatus (*)(Zep16s*, Zep32s, Zep32s, ZepSize);
-    using Inv = ZepStatus (*)(const Zep16s*, Zep32s, Zep16s*, Zep32s, Zep32s, ZepSize, ZepSize*);
-    const Fwd fwd[2] = {zepiQuantInterUniform_VC1_16s_C1IR, zepiQuantInterNonuniform_VC1_16s_C1IR};
-    const Inv inv[2] = {zepiQuantInvInterUniform_VC1_16s_C1R, zepiQuantInvInterNonuniform_VC1_16s_C1R};
-    // Intra forms behind the inter signatures (size ignored).
-    const Fwd fwdIntra[2] = {
-        [](Zep16s* p, Zep32s s, Zep32s dq, ZepSize) { return zepiQuantIntraUniform_VC1_16s_C1IR(p, s, dq); },
-        [](Zep16s* p, Zep32s s, Zep32s dq, ZepSize) { return zepiQuantIntraNonuniform_VC1_16s_C1IR(p, s, dq); }};
-    const Inv invIntra[2] = {[](const Zep16s* s, Zep32s ss, Zep16s* d, Zep32s ds, Zep32s dq, ZepSize, ZepSize* nz) {
-                                 return zepiQuantInvIntraUniform_VC1_16s_C1R(s, ss, d, ds, dq, nz);
-                             },
-                             [](const Zep16s* s, Zep32s ss, Zep16s* d, Zep32s ds, Zep32s dq, ZepSize, ZepSize* nz) {
-                                 return zepiQuantInvIntraNonuniform_VC1_16s_C1R(s, ss, d, ds, dq, nz);
-                             }};
+    const decltype(&zepiQuantInterUniform_VC1_16s_C1IR) fwd[2] = {zepiQuantInterUniform_VC1_16s_C1IR,
+                                                                  zepiQuantInterNonuniform_VC1_16s_C1IR};
+    const decltype(&zepiQuantIntraUniform_VC1_16s_C1IR) fwdIntra[2] = {zepiQuantIntraUniform_VC1_16s_C1IR,
+                                                                       zepiQuantIntraNonuniform_VC1_16s_C1IR};
+    const decltype(&zepiQuantInvInterUniform_VC1_16s_C1R) inv[2] = {zepiQuantInvInterUniform_VC1_16s_C1R,
+                                                                    zepiQuantInvInterNonuniform_VC1_16s_C1R};
+    const decltype(&zepiQuantInvIntraUniform_VC1_16s_C1R) invIntra[2] = {zepiQuantInvIntraUniform_VC1_16s_C1R,
+                                                                         zepiQuantInvIntraNonuniform_VC1_16s_C1R};
     const Zep16s special[] = {16384, -32768, 2000, -3, 1, 7, 32767};
     const int sizes[5][2] = {{4, 4}, {4, 8}, {8, 4}, {8, 8}, {8, 8}};  // the last is intra
     Rng rng(22);
@@ -147,7 +141,8 @@ TEST(Vc1QuantEntry, EntryPointsFollowTheFormulas) {
                                         (nu ? " nu" : " u") + " doubleQuant " + std::to_string(dq) + "\n" + src.dump();
                 // Inverse.
                 ZepSize nz{-1, -1};
-                ASSERT_EQ((intra ? invIntra : inv)[nu](src.data(), src.step(), dst.data(), dst.step(), dq, {w, h}, &nz),
+                ASSERT_EQ(intra ? invIntra[nu](src.data(), src.step(), dst.data(), dst.step(), dq, &nz)
+                                : inv[nu](src.data(), src.step(), dst.data(), dst.step(), dq, {w, h}, &nz),
                           zepStatusOk);
                 int cols = 0, rows = intra ? 1 : 0;
                 for (int y = 0; y < h; ++y)
@@ -162,7 +157,8 @@ TEST(Vc1QuantEntry, EntryPointsFollowTheFormulas) {
                 for (int y = 0; y <= h; ++y) ASSERT_EQ(dst.at(w, y), static_cast<Zep16s>(0xA5A5)) << ctx;
                 // Forward, in place.
                 auto q = src;
-                ASSERT_EQ((intra ? fwdIntra : fwd)[nu](q.data(), q.step(), dq, {w, h}), zepStatusOk);
+                ASSERT_EQ(intra ? fwdIntra[nu](q.data(), q.step(), dq) : fwd[nu](q.data(), q.step(), dq, {w, h}),
+                          zepStatusOk);
                 for (int y = 0; y <= h; ++y)
                     for (int x = 0; x <= w; ++x) {
                         const bool kept = x == w || y == h || (intra && x == 0 && y == 0);
