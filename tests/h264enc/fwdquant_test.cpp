@@ -18,7 +18,6 @@ namespace {
 using namespace zt;
 using zep::FwdQuantDsp;
 
-constexpr size_t kPad = 8;
 
 // Built-in multipliers and dequantisation factors per qp % 6 and position
 // class, written out here rather than taken from the library.
@@ -30,15 +29,6 @@ constexpr int kBlockY[16] = {0, 0, 4, 4, 0, 0, 4, 4, 8, 8, 12, 12, 8, 8, 12, 12}
 constexpr Zep16s kZigzagPos[16] = {0, 1, 5, 6, 2, 4, 7, 12, 3, 8, 11, 13, 9, 10, 14, 15};
 
 int pos_class(int i) { return (i & 1) + ((i >> 2) & 1); }  // 0 even-even, 2 odd-odd, 1 mixed
-
-// Output block with kPad guard elements on each side: kernels must write the
-// same 16 values as the reference and nothing around them.
-template <class T>
-struct Padded {
-    std::array<T, 16 + 2 * kPad> v;
-    explicit Padded(T guard) { v.fill(guard); }
-    T* data() { return v.data() + kPad; }
-};
 
 // ---------------------------------------------------------------- transform
 
@@ -146,21 +136,23 @@ TEST(QuantEntry, MatchesIndependentModel) {
                 }
 }
 
-// One kernel against the reference: the padded outputs and, for the
-// quantisers, both counts (the transforms have none: their `a` is empty).
+// One kernel against the reference: the output block with 8 guard elements
+// on each side (the kernel must write the same 16 values and nothing around
+// them) and, for the quantisers, both counts (the transforms have no `a`).
 template <class T, class F, class... A>
 ::testing::AssertionResult same_as_ref(F rf, F kf, const T* c, const std::string& ctx, A... a) {
-    Padded<T> e(static_cast<T>(0x7E7E7E7E)), g(static_cast<T>(0x7E7E7E7E));
+    std::array<T, 32> e, g;
+    e.fill(static_cast<T>(0x7E7E7E7E)), g = e;
     Zep32s ce[2] = {-1, -1}, cg[2] = {-1, -1};
     if constexpr (sizeof...(A) == 0) {
-        rf(c, e.data());
-        kf(c, g.data());
+        rf(c, e.data() + 8);
+        kf(c, g.data() + 8);
     } else {
         cg[0] = cg[1] = -2;
-        rf(c, e.data(), &ce[0], &ce[1], a...);
-        kf(c, g.data(), &cg[0], &cg[1], a...);
+        rf(c, e.data() + 8, &ce[0], &ce[1], a...);
+        kf(c, g.data() + 8, &cg[0], &cg[1], a...);
     }
-    const auto r = same_array(e.v.data(), g.v.data(), e.v.size(), ctx);
+    const auto r = same_array(e.data(), g.data(), 32, ctx);
     return r ? same_array(ce, cg, 2, "counts " + ctx) : r;
 }
 
