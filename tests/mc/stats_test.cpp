@@ -311,28 +311,33 @@ struct Outs {
     }
 };
 
+template <class... A>
+void check(std::initializer_list<size_t> optional, A... a) {
+    check_ptrs<Outs>(optional, a...);
+}
+
 TEST(StatsEntry, NullPointersWriteNothing) {
     Zep8u in8[20 * 20] = {};
     Zep16u in16u[20 * 20] = {};
     std::vector<Zep16s> ones(20 * 20, 1);  // nonzero, so the scans write something other than zero
     Zep16s* in16 = ones.data();
-    auto one = [](auto f, auto args) { check_ptrs<Outs>({}, args, f); };
+    auto one = [](auto f, auto args) { check({}, args, f); };
     one(zepiVariance16x16_8u32s, [&](Outs& o) { return std::tuple(+in8, 20, o.a.data()); });
     one(zepiVarSum8x8_8u32s_C1R, [&](Outs& o) { return std::tuple(+in8, 20, o.a.data(), o.b.data()); });
     one(zepiVarSum8x8_16s32s_C1R, [&](Outs& o) { return std::tuple(in16, 40, o.a.data(), o.b.data()); });
     one(zepiCountZeros8x8_16s_C1, [&](Outs& o) { return std::tuple(in16, reinterpret_cast<Zep32u*>(o.a.data())); });
     one(zepiVarMean8x8_8u32s_C1R, [&](Outs& o) { return std::tuple(+in8, 20, o.a.data(), o.b.data()); });
     one(zepiVarMean8x8_16s32s_C1R, [&](Outs& o) { return std::tuple(in16, 40, o.a.data(), o.b.data()); });
-    check_ptrs<Outs>({}, [&](Outs& o) { return std::tuple(+in8, 20, +in8, 20, o.a.data(), o.b.data(), 12); },
+    check({}, [&](Outs& o) { return std::tuple(+in8, 20, +in8, 20, o.a.data(), o.b.data(), 12); },
                      zepiVarMeanDiff16x16_8u32s_C1R, zepiVarMeanDiff16x8_8u32s_C1R);
-    check_ptrs<Outs>({}, [&](Outs& o) { return std::tuple(+in8, 20, o.a.data()); }, zepiMeanAbsDev16x16_8u32s_C1R,
+    check({}, [&](Outs& o) { return std::tuple(+in8, 20, o.a.data()); }, zepiMeanAbsDev16x16_8u32s_C1R,
                      zepiMeanAbsDev8x8_8u32s_C1R);
-    check_ptrs<Outs>({}, [&](Outs& o) { return std::tuple(+in8, 20, +in8, 20, o.c.data(), o.d.data()); },
+    check({}, [&](Outs& o) { return std::tuple(+in8, 20, +in8, 20, o.c.data(), o.d.data()); },
                      zepiSumsDiff16x16Blocks4x4_8u16s_C1, zepiSumsDiff8x8Blocks4x4_8u16s_C1);
     one(zepiSumsDiff8x8Blocks4x4_8u16s_C2P2, [&](Outs& o) {
         return std::tuple(+in8, 20, +in8, 20, o.c.data(), o.d.data(), o.e.data(), o.f.data());
     });
-    check_ptrs<Outs>({}, [&](Outs& o) { return std::tuple(+in16u, 40, +in16u, 40, o.a.data(), o.b.data()); },
+    check({}, [&](Outs& o) { return std::tuple(+in16u, 40, +in16u, 40, o.a.data(), o.b.data()); },
                      zepiSumsDiff16x16Blocks4x4_16u32s_C1R, zepiSumsDiff8x8Blocks4x4_16u32s_C1R);
     one(zepiEdgesDetect16x16_8u_C1R, [&](Outs& o) { return std::tuple(+in8, 20, 3u, 4u, o.r.data()); });
     one(zepiEdgesDetect16x16_16u_C1R, [&](Outs& o) { return std::tuple(+in16u, 40, 3u, 4u, o.r.data()); });
