@@ -142,6 +142,14 @@ TEST(MetricsEntry, HalfSampleRoundingOnKnownPicture) {
         // The integer-only sizes ignore mcType.
         EXPECT_EQ(result_mc(zepiSAD8x4_8u32s_C1R, src.data(), 16, refp.data(), 17, mc), 2 * (4 + 4 * 2) + 2 * 8 * 2);
     }
+    // Rows of 0 and 1: four-neighbour sums of 2 tell + 2 from + 1 ((2+2)>>2 = 1),
+    // on every level's kernel, the reference's included.
+    for (int i = 0; i < 17 * 17; ++i) refp[i] = (i / 17) & 1;
+    for (Isa level : all_levels()) {
+        Zep32s sad = -1;
+        zep::build_table(zep::metrics_init, level).sad16x16[3](src.data(), 16, refp.data(), 17, &sad);
+        EXPECT_EQ(sad, 256) << zep::isa_name(level);
+    }
 }
 
 // Channel 0 alternates 0,2,0,2 along its own samples, channel 1 is 100: the
