@@ -29,7 +29,8 @@ public:
         data_ = back ? base_ + total_ - page - n : base_ + page;
         Rng rng(static_cast<uint64_t>(n));
         for (size_t i = 0; i < n; ++i) data_[i] = static_cast<uint8_t>(rng.u32());
-        for (size_t i = 0; i < n / 2; ++i) data<Zep16u>()[i] &= mask16;
+        if (mask16 != 0xFFFF)  // 16-bit buffers only (8-bit ones may start at odd addresses)
+            for (size_t i = 0; i < n / 2; ++i) data<Zep16u>()[i] &= mask16;
     }
     ~Fenced() { munmap(base_, total_); }
     Fenced(const Fenced&) = delete;

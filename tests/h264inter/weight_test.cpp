@@ -1,5 +1,5 @@
 // H.264 weighted prediction: the entry points against the weighting equations
-// on the standard's parameter ranges, every kernel level against the
+// over the format's parameter ranges, every kernel level against the
 // reference (also at extreme parameters), and the checks of each function.
 #include "harness/harness.h"
 #include "harness/null_sweep.h"
