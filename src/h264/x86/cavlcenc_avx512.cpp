@@ -7,6 +7,7 @@
 // differences of neighbouring positions, and masked stores write exactly the
 // entries the reference writes.
 #pragma GCC diagnostic ignored "-Wuninitialized"  // GCC 12 AVX-512 headers, see fwdquant_avx512.cpp
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <immintrin.h>
 
 #include "h264/cavlcenc_dsp.h"

@@ -1,8 +1,9 @@
 // AVX-512 kernels of the H.264 4x4 32-bit forward transform and the
 // quantisers: the whole block in one register, counts from mask registers.
 // GCC 12's AVX-512 headers pass an uninitialised pass-through register to the
-// unmasked conversions and report it under -Wuninitialized; it is never read.
+// unmasked conversions and report it as (maybe) uninitialised; it is never read.
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <immintrin.h>
 
 #include "h264/fwdquant_dsp.h"
