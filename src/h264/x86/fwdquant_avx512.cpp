@@ -11,33 +11,30 @@
 namespace zep {
 namespace {
 
-// One butterfly pass on the four 128-bit lanes x0..x3 of v (four independent
-// butterflies side by side). The 32-bit transform wraps, so 2*d0 + d1 and
-// d0 - 2*d1 equal the d0 + d0 + d1 and d0 - d1 - d1 of the definition.
-inline __m512i butterfly(__m512i v) {
-    const __m512i r = _mm512_shuffle_i32x4(v, v, _MM_SHUFFLE(0, 1, 2, 3));  // x3 x2 x1 x0
-    const __m512i s = _mm512_add_epi32(v, r);                                // s0 s1 s1 s0
-    const __m512i d = _mm512_sub_epi32(v, r);                                // d0 d1 . .
-    // p = s0 d0 s0 d0, q = s1 d1 s1 d1 (indexes >= 16 pick from d).
-    const __m512i p = _mm512_permutex2var_epi32(
-        s, _mm512_setr_epi32(0, 1, 2, 3, 16, 17, 18, 19, 0, 1, 2, 3, 16, 17, 18, 19), d);
-    const __m512i q = _mm512_permutex2var_epi32(
-        s, _mm512_setr_epi32(4, 5, 6, 7, 20, 21, 22, 23, 4, 5, 6, 7, 20, 21, 22, 23), d);
-    const __m512i p2 = _mm512_sllv_epi32(p, _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0));
-    const __m512i q2 = _mm512_sllv_epi32(q, _mm512_setr_epi32(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1));
-    // y0 = s0 + s1, y1 = 2 d0 + d1, y2 = s0 - s1, y3 = d0 - 2 d1.
-    return _mm512_mask_sub_epi32(_mm512_add_epi32(p2, q2), 0xFF00, p2, q2);
+// The transform is linear and wraps, so the row and column passes need no
+// transposes: the column pass works across the four 128-bit lanes (rows) and
+// the row pass across the four values of each lane. Either pass on
+// (x0, x1, x2, x3) with r = (x3, x2, x1, x0):
+//   z = v + r on 0 and 2, r - v on 1 and 3  -> (s0, -d1, s1, d0)
+//   w = z with halves swapped               -> (s1, d0, s0, -d1)
+//   w doubled on 1 and 3                    -> (s1, 2 d0, s0, -2 d1)
+//   y = z + w on 0 and 3, w - z on 1 and 2  -> (s0 + s1, 2 d0 + d1, s0 - s1, d0 - 2 d1)
+// (2 d0 + d1 equals d0 + d0 + d1 and d0 - 2 d1 equals d0 - d1 - d1 in wrapping
+// arithmetic.) Masks: bit i of the 16-bit mask is value i of the register.
+constexpr __mmask16 kRowOdd = 0xAAAA, kRowMid = 0x6666;  // values 1, 3 / 1, 2 of each row
+constexpr __mmask16 kColOdd = 0xF0F0, kColMid = 0x0FF0;  // rows 1, 3 / 1, 2
+
+inline __m512i pass(__m512i v, __m512i r, __mmask16 odd, __mmask16 mid, bool rows) {
+    const __m512i z = _mm512_mask_sub_epi32(_mm512_add_epi32(v, r), odd, r, v);
+    const __m512i w = rows ? _mm512_shuffle_epi32(z, _MM_PERM_BADC) : _mm512_shuffle_i32x4(z, z, _MM_SHUFFLE(1, 0, 3, 2));
+    const __m512i w2 = _mm512_mask_add_epi32(w, odd, w, w);
+    return _mm512_mask_sub_epi32(_mm512_add_epi32(z, w2), mid, w2, z);
 }
 
-inline __m512i transpose(__m512i v) {
-    return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), v);
-}
-
-// Transposed, the row pass is lane-parallel; transposed back, so is the
-// column pass, whose result is in raster order.
 void fwd32(const Zep32s* src, Zep32s* dst) {
-    const __m512i v = butterfly(transpose(_mm512_loadu_si512(src)));
-    _mm512_storeu_si512(dst, butterfly(transpose(v)));
+    const __m512i v = _mm512_loadu_si512(src);
+    const __m512i h = pass(v, _mm512_shuffle_epi32(v, _MM_PERM_ABCD), kRowOdd, kRowMid, true);
+    _mm512_storeu_si512(dst, pass(h, _mm512_shuffle_i32x4(h, h, _MM_SHUFFLE(0, 1, 2, 3)), kColOdd, kColMid, false));
 }
 
 // Count and largest scan position (never below 0) of the non-zero levels.
