@@ -7,7 +7,9 @@
 // differences of neighbouring positions, and masked stores write exactly the
 // entries the reference writes.
 #pragma GCC diagnostic ignored "-Wuninitialized"  // GCC 12 AVX-512 headers, see fwdquant_avx512.cpp
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 
 #include "h264/cavlcenc_dsp.h"

@@ -3,7 +3,9 @@
 // GCC 12's AVX-512 headers pass an uninitialised pass-through register to the
 // unmasked conversions and report it as (maybe) uninitialised; it is never read.
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 
 #include "h264/fwdquant_dsp.h"
