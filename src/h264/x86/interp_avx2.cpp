@@ -169,56 +169,23 @@ inline __m256i round5_32(__m256i x) { return _mm256_srai_epi32(_mm256_add_epi32(
 inline __m256i round10_32(__m256i x) { return _mm256_srai_epi32(_mm256_add_epi32(x, _mm256_set1_epi32(512)), 10); }
 
 // Eight-column chunks of the 8- and 16-wide blocks, samples up to 15 bits.
-template <int W, int DX, int DY>
-void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal) {
-    const ptrdiff_t ss = srcStep, ds = dstStep;
-    const __m256i maxv = _mm256_set1_epi32(maxVal);
-    constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
-    if (height <= 0) return;
-    for (int c = 0; c < W; c += 8) {
-        const Zep16u* s = src + c;
-        Zep16u* d = dst + c;
-        __m256i t0{}, t1{}, t2{}, t3{}, t4{};
-        if constexpr (kCentre) {
-            t0 = hsum16u8(s - 2 * ss), t1 = hsum16u8(s - ss), t2 = hsum16u8(s);
-            t3 = hsum16u8(s + ss), t4 = hsum16u8(s + 2 * ss);
-        }
-        for (int y = 0; y < height; ++y, s += ss, d += ds) {
-            __m128i r;
-            if constexpr (kCentre) {
-                const __m256i t5 = hsum16u8(s + 3 * ss);
-                r = narrow(round10_32(tap32(t0, t1, t2, t3, t4, t5)), maxv);
-                if constexpr (DY == 1) r = _mm_avg_epu16(r, narrow(round5_32(t2), maxv));
-                if constexpr (DY == 3) r = _mm_avg_epu16(r, narrow(round5_32(t3), maxv));
-                if constexpr (DX == 1) r = _mm_avg_epu16(r, narrow(round5_32(vsum16u8(s, ss)), maxv));
-                if constexpr (DX == 3) r = _mm_avg_epu16(r, narrow(round5_32(vsum16u8(s + 1, ss)), maxv));
-                t0 = t1;
-                t1 = t2;
-                t2 = t3;
-                t3 = t4;
-                t4 = t5;
-            } else if constexpr (DX == 0 && DY == 0) {
-                r = ld16(s);
-            } else if constexpr (DY == 0) {
-                r = narrow(round5_32(hsum16u8(s)), maxv);
-                if constexpr (DX == 1) r = _mm_avg_epu16(r, ld16(s));
-                if constexpr (DX == 3) r = _mm_avg_epu16(r, ld16(s + 1));
-            } else if constexpr (DX == 0) {
-                r = narrow(round5_32(vsum16u8(s, ss)), maxv);
-                if constexpr (DY == 1) r = _mm_avg_epu16(r, ld16(s));
-                if constexpr (DY == 3) r = _mm_avg_epu16(r, ld16(s + ss));
-            } else {
-                const __m128i b = narrow(round5_32(hsum16u8(DY == 1 ? s : s + ss)), maxv);
-                r = _mm_avg_epu16(b, narrow(round5_32(vsum16u8(DX == 1 ? s : s + 1, ss)), maxv));
-            }
-            st16(d, r);
-        }
+struct Ops16 {
+    using Wide = __m256i;
+    static constexpr int kChunk = 8;
+    static __m256i max(int v) { return _mm256_set1_epi32(v); }
+    static __m256i hsum(const Zep16u* p) { return hsum16u8(p); }
+    static __m256i vsum(const Zep16u* p, ptrdiff_t s) { return vsum16u8(p, s); }
+    static __m128i centre(__m256i t0, __m256i t1, __m256i t2, __m256i t3, __m256i t4, __m256i t5, __m256i m) {
+        return narrow(round10_32(tap32(t0, t1, t2, t3, t4, t5)), m);
     }
-}
+    static __m128i half(__m256i x, __m256i m) { return narrow(round5_32(x), m); }
+    static __m128i load(const Zep16u* p) { return ld16(p); }
+    static void store(Zep16u* p, __m128i v) { st16(p, v); }
+};
 
 template <int W, int... P>
 void fill16(Interp16Fn (&t)[16], std::integer_sequence<int, P...>) {
-    ((t[P] = luma16<W, (P & 3), (P >> 2)>), ...);
+    ((t[P] = luma16_walk<Ops16, W, (P & 3), (P >> 2)>), ...);
 }
 
 template <int... P>

@@ -99,5 +99,61 @@ inline __m128i jtap16(__m128i t0, __m128i t1, __m128i t2, __m128i t3, __m128i t4
     return _mm_packs_epi32(lo, hi);
 }
 
+
+// Row walk of the 16-bit kernels, shared by the vector widths. Ops gives the
+// chunk width (kChunk columns), unrounded 32-bit six-tap sums across a row
+// (hsum) and down a column (vsum), the centre finish (centre: round by 10 and
+// clamp) and the half-sample finish (half: round by 5 and clamp), each giving
+// kChunk 16-bit samples in a 128-bit register, and loads and stores of one
+// chunk. Centre positions keep the six horizontal sums of the rows around the
+// output row and slide them down, so each row costs one new horizontal sum.
+template <class Ops, int W, int DX, int DY>
+void luma16_walk(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal) {
+    using V = typename Ops::Wide;
+    const ptrdiff_t ss = srcStep, ds = dstStep;
+    const auto maxv = Ops::max(maxVal);
+    constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
+    if (height <= 0) return;
+    for (int c = 0; c < W; c += Ops::kChunk) {
+        const Zep16u* s = src + c;
+        Zep16u* d = dst + c;
+        V t0{}, t1{}, t2{}, t3{}, t4{};
+        if constexpr (kCentre) {
+            t0 = Ops::hsum(s - 2 * ss), t1 = Ops::hsum(s - ss), t2 = Ops::hsum(s);
+            t3 = Ops::hsum(s + ss), t4 = Ops::hsum(s + 2 * ss);
+        }
+        for (int y = 0; y < height; ++y, s += ss, d += ds) {
+            __m128i r;
+            if constexpr (kCentre) {
+                const V t5 = Ops::hsum(s + 3 * ss);
+                r = Ops::centre(t0, t1, t2, t3, t4, t5, maxv);
+                if constexpr (DY == 1) r = _mm_avg_epu16(r, Ops::half(t2, maxv));
+                if constexpr (DY == 3) r = _mm_avg_epu16(r, Ops::half(t3, maxv));
+                if constexpr (DX == 1) r = _mm_avg_epu16(r, Ops::half(Ops::vsum(s, ss), maxv));
+                if constexpr (DX == 3) r = _mm_avg_epu16(r, Ops::half(Ops::vsum(s + 1, ss), maxv));
+                t0 = t1;
+                t1 = t2;
+                t2 = t3;
+                t3 = t4;
+                t4 = t5;
+            } else if constexpr (DX == 0 && DY == 0) {
+                r = Ops::load(s);
+            } else if constexpr (DY == 0) {
+                r = Ops::half(Ops::hsum(s), maxv);
+                if constexpr (DX == 1) r = _mm_avg_epu16(r, Ops::load(s));
+                if constexpr (DX == 3) r = _mm_avg_epu16(r, Ops::load(s + 1));
+            } else if constexpr (DX == 0) {
+                r = Ops::half(Ops::vsum(s, ss), maxv);
+                if constexpr (DY == 1) r = _mm_avg_epu16(r, Ops::load(s));
+                if constexpr (DY == 3) r = _mm_avg_epu16(r, Ops::load(s + ss));
+            } else {
+                const __m128i b = Ops::half(Ops::hsum(DY == 1 ? s : s + ss), maxv);
+                r = _mm_avg_epu16(b, Ops::half(Ops::vsum(DX == 1 ? s : s + 1, ss), maxv));
+            }
+            Ops::store(d, r);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zep::interp_x86

@@ -126,52 +126,19 @@ inline __m128i jtap32(__m128i t0, __m128i t1, __m128i t2, __m128i t3, __m128i t4
 
 // Four-column chunks; samples of up to 14 bits (pmaddwd takes them signed,
 // and the centre sums are narrowed to 16 bits before the clamp).
-template <int W, int DX, int DY>
-void luma16(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal) {
-    const ptrdiff_t ss = srcStep, ds = dstStep;
-    const __m128i maxv = _mm_set1_epi16(static_cast<short>(maxVal));
-    constexpr bool kCentre = (DX == 2 && DY != 0) || (DY == 2 && DX != 0);
-    if (height <= 0) return;
-    for (int c = 0; c < W; c += 4) {
-        const Zep16u* s = src + c;
-        Zep16u* d = dst + c;
-        __m128i t0{}, t1{}, t2{}, t3{}, t4{};
-        if constexpr (kCentre) {
-            t0 = hsum16u(s - 2 * ss), t1 = hsum16u(s - ss), t2 = hsum16u(s);
-            t3 = hsum16u(s + ss), t4 = hsum16u(s + 2 * ss);
-        }
-        for (int y = 0; y < height; ++y, s += ss, d += ds) {
-            __m128i r;
-            if constexpr (kCentre) {
-                const __m128i t5 = hsum16u(s + 3 * ss);
-                r = clamp16(jtap32(t0, t1, t2, t3, t4, t5), maxv);
-                if constexpr (DY == 1) r = _mm_avg_epu16(r, clamp16(round5_32(t2), maxv));
-                if constexpr (DY == 3) r = _mm_avg_epu16(r, clamp16(round5_32(t3), maxv));
-                if constexpr (DX == 1) r = _mm_avg_epu16(r, clamp16(round5_32(vsum16u(s, ss)), maxv));
-                if constexpr (DX == 3) r = _mm_avg_epu16(r, clamp16(round5_32(vsum16u(s + 1, ss)), maxv));
-                t0 = t1;
-                t1 = t2;
-                t2 = t3;
-                t3 = t4;
-                t4 = t5;
-            } else if constexpr (DX == 0 && DY == 0) {
-                r = ld8(s);
-            } else if constexpr (DY == 0) {
-                r = clamp16(round5_32(hsum16u(s)), maxv);
-                if constexpr (DX == 1) r = _mm_avg_epu16(r, ld8(s));
-                if constexpr (DX == 3) r = _mm_avg_epu16(r, ld8(s + 1));
-            } else if constexpr (DX == 0) {
-                r = clamp16(round5_32(vsum16u(s, ss)), maxv);
-                if constexpr (DY == 1) r = _mm_avg_epu16(r, ld8(s));
-                if constexpr (DY == 3) r = _mm_avg_epu16(r, ld8(s + ss));
-            } else {
-                const __m128i b = clamp16(round5_32(hsum16u(DY == 1 ? s : s + ss)), maxv);
-                r = _mm_avg_epu16(b, clamp16(round5_32(vsum16u(DX == 1 ? s : s + 1, ss)), maxv));
-            }
-            st8(d, r);
-        }
+struct Ops16 {
+    using Wide = __m128i;
+    static constexpr int kChunk = 4;
+    static __m128i max(int v) { return _mm_set1_epi16(static_cast<short>(v)); }
+    static __m128i hsum(const Zep16u* p) { return hsum16u(p); }
+    static __m128i vsum(const Zep16u* p, ptrdiff_t s) { return vsum16u(p, s); }
+    static __m128i centre(__m128i t0, __m128i t1, __m128i t2, __m128i t3, __m128i t4, __m128i t5, __m128i m) {
+        return clamp16(jtap32(t0, t1, t2, t3, t4, t5), m);
     }
-}
+    static __m128i half(__m128i x, __m128i m) { return clamp16(round5_32(x), m); }
+    static __m128i load(const Zep16u* p) { return ld8(p); }
+    static void store(Zep16u* p, __m128i v) { st8(p, v); }
+};
 
 template <int W, int... P>
 void fill8(Interp8Fn (&t)[16], std::integer_sequence<int, P...>) {
@@ -180,7 +147,7 @@ void fill8(Interp8Fn (&t)[16], std::integer_sequence<int, P...>) {
 }
 template <int W, int... P>
 void fill16(Interp16Fn (&t)[16], std::integer_sequence<int, P...>) {
-    ((t[P] = luma16<W, (P & 3), (P >> 2)>), ...);
+    ((t[P] = luma16_walk<Ops16, W, (P & 3), (P >> 2)>), ...);
 }
 
 }  // namespace
