@@ -38,5 +38,10 @@ ZEPVC_EXTERN_C_END
 #include "zepvc_h264inter.h"
 #include "zepvc_h264enc.h"
 #include "zepvc_vc1.h"
+#include "zepvc_mpeg4.h"
+#include "zepvc_mpeg2.h"
+#include "zepvc_avs.h"
+#include "zepvc_dv.h"
+#include "zepvc_enhance.h"
 
 #endif /* ZEPVC_H */
