@@ -20,8 +20,9 @@ constexpr std::size_t kAlignment = 64;
 std::atomic<Zep32s> g_threads{0};
 
 #ifdef ZEPCORE_X86
-// Walks a deterministic cache-parameters leaf (4 on Intel, 0x8000001D on AMD)
-// and returns the size of the largest data or unified cache, 0 if none.
+// Walks a deterministic cache-parameters leaf (0x4, or 0x8000001D, which has
+// the same layout) and returns the size of the largest data or unified cache,
+// 0 if the leaf is absent or describes no cache.
 long long largest_cache_from_leaf(unsigned leaf) {
     unsigned maxLeaf = __get_cpuid_max(leaf & 0x80000000u, nullptr);
     if (maxLeaf < leaf) return 0;
@@ -42,13 +43,19 @@ long long largest_cache_from_leaf(unsigned leaf) {
     return best;
 }
 
-long long largest_cache_cpuid() {
+// The topology-extensions feature (CPUID 0x80000001, ECX bit 22) says that
+// leaf 0x8000001D describes the caches.
+bool has_topology_extensions() {
     unsigned a, b, c, d;
-    if (!__get_cpuid(0, &a, &b, &c, &d)) return 0;
-    // "AuthenticAMD" / "HygonGenuine" report through the extended leaf.
-    bool amdLike = (b == 0x68747541u && d == 0x69746e65u) || (b == 0x6f677948u);
-    long long size = largest_cache_from_leaf(amdLike ? 0x8000001Du : 4u);
-    if (size == 0) size = largest_cache_from_leaf(amdLike ? 4u : 0x8000001Du);
+    if (!__get_cpuid(0x80000001u, &a, &b, &c, &d)) return false;
+    return (c >> 22) & 1u;
+}
+
+long long largest_cache_cpuid() {
+    // Processors that implement leaf 4 describe their caches there; the others
+    // leave it empty and, with the topology extensions, use 0x8000001D.
+    long long size = largest_cache_from_leaf(4u);
+    if (size == 0 && has_topology_extensions()) size = largest_cache_from_leaf(0x8000001Du);
     return size;
 }
 #endif
