@@ -1,8 +1,15 @@
-/* zepvc H.264 luma interpolation, deblocking and weighted prediction. Included by zepvc.h.
+/* zepvc H.264 interpolation, deblocking and weighted prediction. Included by zepvc.h.
  *
  * Interpolation: pSrc points at the integer sample of the block's top-left
  * corner; dx, dy are the quarter-sample fractions (0..3). The source must be
  * readable from 2 samples left of / above the block to 3 right of / below it.
+ *
+ * Chroma interpolation: pSrc points at the integer sample of the block's
+ * top-left corner; dx, dy are the eighth-sample fractions (0..7). The source
+ * must be readable one sample right of and below the block, whatever the
+ * fractions. Blocks are 2, 4 or 8 wide and 2, 4, 8 or 16 high (every chroma
+ * partition of 4:2:0 and 4:2:2; 2x16 and 8x2 are accepted too). Checks:
+ * pointers, then steps (16-bit only), sizes, fractions.
  *
  * Deblocking: one call filters the four luma edges of one direction of a
  * 16x16 macroblock in place (x or y = 0, 4, 8, 12). pBs holds 16 boundary
@@ -55,6 +62,15 @@ ZEPVC_API ZepStatus zepiInterpolateLuma_H264_8u_C1R(const Zep8u* pSrc, Zep32s sr
                                                     Zep32s dx, Zep32s dy, ZepSize roiSize);
 /* Quarter-sample luma block of 16-bit samples clamped to the record's bit depth. */
 ZEPVC_API ZepStatus zepiInterpolateLuma_H264_16u_C1R(const ZepInterpolationParams16u* pParams);
+
+/* ---- Chroma interpolation ---- */
+/* Eighth-sample chroma block, one plane: ((8-dx)(8-dy)A + dx(8-dy)B + (8-dx)dyC + dx dy D + 32) >> 6. */
+ZEPVC_API ZepStatus zepiInterpolateChroma_H264_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep,
+                                                      Zep32s dx, Zep32s dy, ZepSize roiSize);
+/* The same for 16-bit samples; dx, dy in eighths, width and height as above,
+ * steps of at least the width. bitDepth is not used (a blend never leaves
+ * the range of its inputs), so any 16-bit samples work. */
+ZEPVC_API ZepStatus zepiInterpolateChroma_H264_16u_C1R(const ZepInterpolationParams16u* pParams);
 
 /* ---- Luma deblocking ---- */
 /* The four vertical luma edges of a macroblock, 8-bit samples, step in bytes. */

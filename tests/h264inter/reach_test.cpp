@@ -65,6 +65,22 @@ TEST(KernelReach, InterpolationReadsOnlyTheFilterReach) {
     }
 }
 
+// Chroma blocks read one column right of and one row below the block, nothing more.
+TEST(KernelReach, ChromaInterpolationReadsOnlyTheBlockAndOneMore) {
+    for (Isa level : all_levels()) {
+        const zep::InterpDsp t = zep::build_table(zep::interp_init, level);
+        for (int w : {2, 4, 8})
+            for (int h : {2, 4, 8, 16})
+                for (bool back : kSides) {
+                    const int step = w + 1, dx = 3, dy = 5;
+                    Fenced src(static_cast<size_t>(step) * (h + 1), back), dst(static_cast<size_t>(w) * h, back);
+                    t.chroma8[zep::chroma_class(w)](src.data(), step, dst.data(), w, dx, dy, h);
+                    Fenced src16(2 * static_cast<size_t>(step) * (h + 1), back), dst16(2 * static_cast<size_t>(w) * h, back);
+                    t.chroma16[zep::chroma_class(w)](src16.data<Zep16u>(), step, dst16.data<Zep16u>(), w, dx, dy, h);
+                }
+    }
+}
+
 TEST(KernelReach, DeblockingTouchesOnlyTheMacroblockAndItsNeighbours) {
     for (Isa level : all_levels()) {
         const zep::DeblockDsp t = zep::build_table(zep::deblock_init, level);
