@@ -1,14 +1,42 @@
-/* zepvc H.264 luma interpolation, deblocking and weighted prediction. Included by zepvc.h.
+/* zepvc H.264 interpolation, deblocking and weighted prediction. Included by zepvc.h.
  *
  * Interpolation: pSrc points at the integer sample of the block's top-left
  * corner; dx, dy are the quarter-sample fractions (0..3). The source must be
  * readable from 2 samples left of / above the block to 3 right of / below it.
+ *
+ * Chroma interpolation: pSrc points at the integer sample of the block's
+ * top-left corner; dx, dy are the eighth-sample fractions (0..7). The source
+ * must be readable one sample right of and below the block, whatever the
+ * fractions. Blocks are 2, 4 or 8 wide and 2, 4, 8 or 16 high (every chroma
+ * partition of 4:2:0 and 4:2:2; 2x16 and 8x2 are accepted too). Checks:
+ * pointers, then steps (16-bit only), sizes, fractions.
  *
  * Deblocking: one call filters the four luma edges of one direction of a
  * 16x16 macroblock in place (x or y = 0, 4, 8, 12). pBs holds 16 boundary
  * strengths, entry 4 * edge + segment; pThresholds the matching tC0 values;
  * pAlpha[0] and pBeta[0] apply to edge 0, [1] to edges 1..3. A bS above 4
  * leaves its segment unfiltered (only 0..4 are meaningful).
+ *
+ * Chroma deblocking: one call filters the chroma edges of one direction of
+ * one chroma plane of a macroblock in place: x = 0, 4 (vertical) or y = 0, 4
+ * (horizontal) of an 8x8 block for 4:2:0; x = 0, 4 or y = 0, 4, 8, 12 of an
+ * 8-wide, 16-high block for 4:2:2. Arguments mirror the luma functions, so a
+ * decoder passes the very bS array it gave the luma call: pBs in the luma
+ * layout (entry 4 * lumaEdge + segment), pThresholds the chroma tC0 values laid
+ * out the same way, pAlpha[0] / pBeta[0] for chroma edge 0 and [1] for the
+ * inner ones. Chroma edge k takes luma edge 2k, except the horizontal 4:2:2
+ * edges, which take luma edges 0..3 (y = 4k). A line takes the segment of the
+ * luma line it lies on: line i of a 4:2:0 edge or of a horizontal 4:2:2 edge
+ * segment i / 2, line i of a vertical 4:2:2 edge segment i / 4. bS 1..3 use
+ * the normal filter with tC = tC0 + 1, bS 4 the strong chroma filter; only p0
+ * and q0 change. Samples two lines before the edge are read.
+ *
+ * MBAFF left edges (8-bit): the vertical edge x = 0 of 8 luma lines or 4
+ * chroma (4:2:0) lines, the rows srcDstStep apart; a decoder filters a
+ * field/frame mixed left edge by calls on the lines that share one left
+ * neighbour (for example every other row, with twice the picture step).
+ * pAlpha[0], pBeta[0] apply; pBs[k] and pThresholds[k] (k = 0..3) cover luma
+ * lines 2k and 2k + 1, or chroma line k.
  *
  * Weighted prediction (8-bit): results are clamped to 0..255. Weights enter
  * the products as signed 16-bit values (the standard's weights need 9 bits);
@@ -56,6 +84,15 @@ ZEPVC_API ZepStatus zepiInterpolateLuma_H264_8u_C1R(const Zep8u* pSrc, Zep32s sr
 /* Quarter-sample luma block of 16-bit samples clamped to the record's bit depth. */
 ZEPVC_API ZepStatus zepiInterpolateLuma_H264_16u_C1R(const ZepInterpolationParams16u* pParams);
 
+/* ---- Chroma interpolation ---- */
+/* Eighth-sample chroma block, one plane: ((8-dx)(8-dy)A + dx(8-dy)B + (8-dx)dyC + dx dy D + 32) >> 6. */
+ZEPVC_API ZepStatus zepiInterpolateChroma_H264_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst, Zep32s dstStep,
+                                                      Zep32s dx, Zep32s dy, ZepSize roiSize);
+/* The same for 16-bit samples; dx, dy in eighths, width and height as above,
+ * steps of at least the width. bitDepth is not used (a blend never leaves
+ * the range of its inputs), so any 16-bit samples work. */
+ZEPVC_API ZepStatus zepiInterpolateChroma_H264_16u_C1R(const ZepInterpolationParams16u* pParams);
+
 /* ---- Luma deblocking ---- */
 /* The four vertical luma edges of a macroblock, 8-bit samples, step in bytes. */
 ZEPVC_API ZepStatus zepiFilterDeblockingLuma_VerEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
@@ -69,6 +106,46 @@ ZEPVC_API ZepStatus zepiFilterDeblockingLuma_HorEdge_H264_8u_C1IR(Zep8u* pSrcDst
 ZEPVC_API ZepStatus zepiFilterDeblockingLumaVerEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
 /* The four horizontal luma edges of a macroblock, 16-bit samples. */
 ZEPVC_API ZepStatus zepiFilterDeblockingLumaHorEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+
+/* ---- Chroma deblocking ---- */
+/* The two vertical chroma edges of a 4:2:0 macroblock, 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma_VerEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                    const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                    const Zep8u* pThresholds, const Zep8u* pBs);
+/* The two horizontal chroma edges of a 4:2:0 macroblock, 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma_HorEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                    const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                    const Zep8u* pThresholds, const Zep8u* pBs);
+/* The two vertical chroma edges (16 lines each) of a 4:2:2 macroblock, 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma422VerEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                      const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                      const Zep8u* pThresholds, const Zep8u* pBs);
+/* The four horizontal chroma edges of a 4:2:2 macroblock, 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma422HorEdge_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                      const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                      const Zep8u* pThresholds, const Zep8u* pBs);
+/* The vertical chroma edges of a 4:2:0 macroblock, 16-bit samples (record as for luma). */
+ZEPVC_API ZepStatus zepiFilterDeblockingChromaVerEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+/* The horizontal chroma edges of a 4:2:0 macroblock, 16-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChromaHorEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+/* The vertical chroma edges of a 4:2:2 macroblock, 16-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma422VerEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+/* The horizontal chroma edges of a 4:2:2 macroblock, 16-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma422HorEdge_H264_16u_C1IR(const ZepDeblockParams16u* pDeblockInfo);
+
+/* ---- MBAFF left edges ---- */
+/* Left edge of 8 luma lines (see above), 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingLumaVerEdgeMBAFF_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                      const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                      const Zep8u* pThresholds, const Zep8u* pBs);
+/* Left edge of 4 chroma lines of a 4:2:0 macroblock, 8-bit samples. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChromaVerEdgeMBAFF_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                        const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                        const Zep8u* pThresholds, const Zep8u* pBs);
+/* Not supported: returns zepStatusNotSupported always, without looking at its arguments. */
+ZEPVC_API ZepStatus zepiFilterDeblockingChroma422VerEdgeMBAFF_H264_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep,
+                                                                           const Zep8u* pAlpha, const Zep8u* pBeta,
+                                                                           const Zep8u* pThresholds, const Zep8u* pBs);
 
 /* ---- Weighted prediction ---- */
 /* In place: ((x * weight + round) >> logWD) + offset; sizes 2, 4, 8 or 16. */

@@ -13,10 +13,18 @@ using Deblock8Fn = void (*)(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep
 using Deblock16Fn = void (*)(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0,
                              const Zep8u* bs, int maxVal);
 
+// Chroma kernels: [0] vertical 4:2:0, [1] horizontal 4:2:0, [2] vertical
+// 4:2:2, [3] horizontal 4:2:2.
+enum ChromaEdges { kChromaVer420, kChromaHor420, kChromaVer422, kChromaHor422 };
+
 struct DeblockDsp {
     Deblock8Fn luma8[2];          // [0] vertical edges, [1] horizontal edges
     Deblock16Fn luma16[2];        // samples of up to 12 bits
     Deblock16Fn luma16_wide[2];   // any sample range: the reference at every level
+    Deblock8Fn chroma8[4];        // [ChromaEdges]
+    Deblock16Fn chroma16[4];      // samples of up to 12 bits
+    Deblock16Fn chroma16_wide[4]; // any sample range
+    Deblock8Fn mbaff8[2];         // MBAFF left edge: [0] 8 luma lines, [1] 4 chroma lines
 };
 
 void deblock_init(DeblockDsp& t, Isa level);

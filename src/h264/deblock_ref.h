@@ -1,4 +1,6 @@
-// Scalar reference of the H.264 luma deblocking filter, line by line.
+// Scalar reference of the H.264 deblocking filter, line by line: luma and
+// chroma (4:2:0 and 4:2:2) edges of a macroblock, and the left edges of the
+// MBAFF variants.
 #pragma once
 
 #include <cstddef>
@@ -76,6 +78,70 @@ template <bool Vertical>
 void deblock_luma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0,
                       const Zep8u* bs, int maxVal) {
     deblock_luma<Zep16u, Vertical>(p, step, alpha, beta, tc0, bs, maxVal);
+}
+
+// One chroma line across an edge: only p0 and q0 change; the normal filter
+// clips to tC0 + 1, the strong one blends with the second sample of the other side.
+template <class T>
+void deblock_chroma_line(T* q, ptrdiff_t a, int alpha, int beta, int bS, int tc0, int maxVal) {
+    const int p0 = q[-a], p1 = q[-2 * a], q0 = q[0], q1 = q[a];
+    if (!(std::abs(p0 - q0) < alpha && std::abs(p1 - p0) < beta && std::abs(q1 - q0) < beta)) return;
+    if (bS < 4) {
+        const int tc = tc0 + 1;
+        const int d = deblock_clip3(-tc, tc, ((q0 - p0) * 4 + (p1 - q1) + 4) >> 3);
+        q[-a] = static_cast<T>(deblock_clip3(0, maxVal, p0 + d));
+        q[0] = static_cast<T>(deblock_clip3(0, maxVal, q0 - d));
+    } else if (bS == 4) {
+        q[-a] = static_cast<T>((2 * p1 + p0 + q1 + 2) >> 2);
+        q[0] = static_cast<T>((2 * q1 + q0 + p1 + 2) >> 2);
+    }
+}
+
+// Chroma edges of one direction of a macroblock's chroma block (8x8 for
+// 4:2:0, 8 wide and 16 high for 4:2:2). Strengths and tC0 come in the luma
+// layout (entry 4e + s: luma edge e, segment s); chroma edge k lies 4k samples
+// in and takes luma edge 2k, except the four horizontal 4:2:2 edges, which
+// take luma edges 0..3. A line takes the segment of the luma line it sits on.
+template <class T, bool Vertical, bool Is422>
+void deblock_chroma(T* p, ptrdiff_t step, const T* alpha, const T* beta, const T* tc0, const Zep8u* bs, int maxVal) {
+    constexpr int kEdges = Is422 && !Vertical ? 4 : 2;
+    constexpr int kLinesPerSeg = Is422 && Vertical ? 4 : 2;
+    const ptrdiff_t across = Vertical ? 1 : step, along = Vertical ? step : 1;
+    for (int k = 0; k < kEdges; ++k) {
+        const int e = kEdges == 4 ? k : 2 * k;
+        for (int i = 0; i < 4 * kLinesPerSeg; ++i) {
+            const int s = 4 * e + i / kLinesPerSeg;
+            if (bs[s] == 0) continue;
+            deblock_chroma_line(p + 4 * k * across + i * along, across, alpha[k > 0], beta[k > 0], bs[s], tc0[s], maxVal);
+        }
+    }
+}
+
+template <bool Vertical, bool Is422>
+void deblock_chroma_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0,
+                       const Zep8u* bs) {
+    deblock_chroma<Zep8u, Vertical, Is422>(p, step, alpha, beta, tc0, bs, 255);
+}
+
+template <bool Vertical, bool Is422>
+void deblock_chroma_16u(Zep16u* p, Zep32s step, const Zep16u* alpha, const Zep16u* beta, const Zep16u* tc0,
+                        const Zep8u* bs, int maxVal) {
+    deblock_chroma<Zep16u, Vertical, Is422>(p, step, alpha, beta, tc0, bs, maxVal);
+}
+
+// MBAFF left edges: the vertical edge x = 0 of 8 luma lines (bs[k], tc0[k]
+// for lines 2k and 2k + 1) or 4 chroma lines (bs[k], tc0[k] for line k), with
+// alpha[0] and beta[0].
+template <bool Chroma>
+void deblock_mbaff_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0,
+                      const Zep8u* bs) {
+    for (int i = 0; i < (Chroma ? 4 : 8); ++i) {
+        const int k = Chroma ? i : i >> 1;
+        if (bs[k] == 0) continue;
+        Zep8u* q = p + static_cast<ptrdiff_t>(i) * step;
+        if constexpr (Chroma) deblock_chroma_line(q, 1, alpha[0], beta[0], bs[k], tc0[k], 255);
+        else deblock_line(q, 1, alpha[0], beta[0], bs[k], tc0[k], 255);
+    }
 }
 
 }  // namespace zep::ref

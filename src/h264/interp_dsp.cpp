@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "h264/chroma_interp_ref.h"
 #include "h264/interp_ref.h"
 
 namespace zep {
@@ -29,9 +30,15 @@ void interp_init(InterpDsp& t, Isa level) {
     fill_ref16<4>(t.luma16_wide[0], kPos);
     fill_ref16<8>(t.luma16_wide[1], kPos);
     fill_ref16<16>(t.luma16_wide[2], kPos);
+    t.chroma8[0] = ref::interp_chroma<Zep8u, 2>;
+    t.chroma8[1] = ref::interp_chroma<Zep8u, 4>;
+    t.chroma8[2] = ref::interp_chroma<Zep8u, 8>;
+    t.chroma16[0] = ref::interp_chroma<Zep16u, 2>;
+    t.chroma16[1] = ref::interp_chroma<Zep16u, 4>;
+    t.chroma16[2] = ref::interp_chroma<Zep16u, 8>;
 #if ZEPVC_HAVE_X86
-    if (level >= Isa::SSSE3) interp_install_ssse3(t);
-    if (level >= Isa::AVX2) interp_install_avx2(t);
+    if (level >= Isa::SSSE3) interp_install_ssse3(t), chroma_interp_install_ssse3(t);
+    if (level >= Isa::AVX2) interp_install_avx2(t), chroma_interp_install_avx2(t);
 #else
     (void)level;
 #endif

@@ -11,6 +11,11 @@ namespace zep {
 using Interp8Fn = void (*)(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int height);
 // Same for 16-bit samples; results clamped to 0..maxVal.
 using Interp16Fn = void (*)(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int height, int maxVal);
+// Chroma: one block of the kernel's built-in width, `height` rows (2..16, even),
+// at eighth-sample fractions dx, dy (0..7). Steps in samples.
+using Chroma8Fn = void (*)(const Zep8u* src, Zep32s srcStep, Zep8u* dst, Zep32s dstStep, int dx, int dy, int height);
+using Chroma16Fn = void (*)(const Zep16u* src, Zep32s srcStep, Zep16u* dst, Zep32s dstStep, int dx, int dy,
+                            int height);
 
 struct InterpDsp {
     // [(width >> 3) & 3][dy * 4 + dx]: classes 4, 8, 16, 16 wide.
@@ -19,7 +24,13 @@ struct InterpDsp {
     Interp16Fn luma16[3][16];
     // Same, any sample range (16 bits): the reference at every level.
     Interp16Fn luma16_wide[3][16];
+    // [chroma_class(width)] for widths 2, 4, 8; any 16-bit sample range.
+    Chroma8Fn chroma8[3];
+    Chroma16Fn chroma16[3];
 };
+
+// Width class of a chroma block 2, 4 or 8 samples wide.
+constexpr int chroma_class(int width) { return width >> 2; }
 
 void interp_init(InterpDsp& t, Isa level);
 const InterpDsp& interp_dsp();
@@ -27,6 +38,8 @@ const InterpDsp& interp_dsp();
 #if ZEPVC_HAVE_X86
 void interp_install_ssse3(InterpDsp& t);
 void interp_install_avx2(InterpDsp& t);
+void chroma_interp_install_ssse3(InterpDsp& t);
+void chroma_interp_install_avx2(InterpDsp& t);
 #endif
 
 }  // namespace zep

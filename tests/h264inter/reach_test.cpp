@@ -65,6 +65,22 @@ TEST(KernelReach, InterpolationReadsOnlyTheFilterReach) {
     }
 }
 
+// Chroma blocks read one column right of and one row below the block, nothing more.
+TEST(KernelReach, ChromaInterpolationReadsOnlyTheBlockAndOneMore) {
+    for (Isa level : all_levels()) {
+        const zep::InterpDsp t = zep::build_table(zep::interp_init, level);
+        for (int w : {2, 4, 8})
+            for (int h : {2, 4, 8, 16})
+                for (bool back : kSides) {
+                    const int step = w + 1, dx = 3, dy = 5;
+                    Fenced src(static_cast<size_t>(step) * (h + 1), back), dst(static_cast<size_t>(w) * h, back);
+                    t.chroma8[zep::chroma_class(w)](src.data(), step, dst.data(), w, dx, dy, h);
+                    Fenced src16(2 * static_cast<size_t>(step) * (h + 1), back), dst16(2 * static_cast<size_t>(w) * h, back);
+                    t.chroma16[zep::chroma_class(w)](src16.data<Zep16u>(), step, dst16.data<Zep16u>(), w, dx, dy, h);
+                }
+    }
+}
+
 TEST(KernelReach, DeblockingTouchesOnlyTheMacroblockAndItsNeighbours) {
     for (Isa level : all_levels()) {
         const zep::DeblockDsp t = zep::build_table(zep::deblock_init, level);
@@ -81,6 +97,37 @@ TEST(KernelReach, DeblockingTouchesOnlyTheMacroblockAndItsNeighbours) {
                 t.luma8[1](hor.data() + 4 * 16, 16, alpha, beta, tc0, bs);
                 t.luma16[0](ver16.data<Zep16u>() + 4, 20, alpha16, beta16, tc16, bs, 1023);
                 t.luma16[1](hor16.data<Zep16u>() + 4 * 16, 16, alpha16, beta16, tc16, bs, 1023);
+            }
+        }
+    }
+}
+
+// Chroma edges reach two samples before the first edge and two after the
+// last (columns -2..5 or rows -2..5 / -2..13); MBAFF left edges columns -4..3
+// (luma) or -2..1 (chroma) of their 8 or 4 rows.
+TEST(KernelReach, ChromaAndMbaffDeblockingTouchOnlyTheirReach) {
+    for (Isa level : all_levels()) {
+        const zep::DeblockDsp t = zep::build_table(zep::deblock_init, level);
+        const Zep8u alpha[2] = {255, 255}, beta[2] = {255, 255}, tc0[16] = {};
+        const Zep16u alpha16[2] = {1023, 1023}, beta16[2] = {1023, 1023}, tc16[16] = {};
+        Zep8u bs[16];
+        for (int mode = 0; mode < 2; ++mode) {
+            for (int i = 0; i < 16; ++i) bs[i] = static_cast<Zep8u>(mode ? 4 : 1 + i % 3);
+            for (bool back : kSides)
+                for (int kind = 0; kind < 4; ++kind) {
+                    const bool ver = kind == zep::kChromaVer420 || kind == zep::kChromaVer422;
+                    // Either way `rows` rows of 8 samples: columns -2..5, or rows -2 .. rows - 3.
+                    const int w = 8, rows = kind >= zep::kChromaVer422 ? 16 : 8;
+                    Fenced buf(static_cast<size_t>(w) * rows, back), buf16(2 * static_cast<size_t>(w) * rows, back, 1023);
+                    Zep8u* o = ver ? buf.data() + 2 : buf.data() + 2 * w;
+                    Zep16u* o16 = ver ? buf16.data<Zep16u>() + 2 : buf16.data<Zep16u>() + 2 * w;
+                    t.chroma8[kind](o, w, alpha, beta, tc0, bs);
+                    t.chroma16[kind](o16, w, alpha16, beta16, tc16, bs, 1023);
+                }
+            for (bool back : kSides) {
+                Fenced luma(8 * 8, back), chroma(4 * 4, back);
+                t.mbaff8[0](luma.data() + 4, 8, alpha, beta, tc0, bs);
+                t.mbaff8[1](chroma.data() + 2, 4, alpha, beta, tc0, bs);
             }
         }
     }

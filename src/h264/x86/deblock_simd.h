@@ -257,28 +257,43 @@ inline constexpr int kByteTc0Max = 92;
 inline __m128i ge_u8(__m128i a, __m128i b) { return _mm_cmpeq_epi8(_mm_max_epu8(a, b), a); }
 inline __m128i absdiff_u8(__m128i a, __m128i b) { return _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a)); }
 
-inline void normal_filter_u8(__m128i* c, int alpha, int beta, __m128i bs, __m128i tc0) {
-    const __m128i p2 = c[1], p1 = c[2], p0 = c[3], q0 = c[4], q1 = c[5], q2 = c[6];
-    const __m128i zero = _mm_setzero_si128(), one = _mm_set1_epi8(1);
-    const __m128i va = _mm_set1_epi8(static_cast<char>(alpha)), vb = _mm_set1_epi8(static_cast<char>(beta));
-    __m128i off = _mm_or_si128(ge_u8(absdiff_u8(p0, q0), va), ge_u8(absdiff_u8(p1, p0), vb));
-    off = _mm_or_si128(off, ge_u8(absdiff_u8(q1, q0), vb));
-    const __m128i inRange = _mm_and_si128(_mm_cmpgt_epi8(bs, zero), _mm_cmpgt_epi8(_mm_set1_epi8(4), bs));
-    const __m128i m = _mm_andnot_si128(off, inRange);
-    const __m128i ap = _mm_andnot_si128(ge_u8(absdiff_u8(p2, p0), vb), m);
-    const __m128i aq = _mm_andnot_si128(ge_u8(absdiff_u8(q2, q0), vb), m);
-    const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(tc0, ap), aq);
-    // 161 + delta: 66 + floor((p1 - q1) / 4), 128 + floor((q0 - p0) / 2) and
-    // the parity of q0 - p0 combine exactly to floor((4 (q0 - p0) + p1 - q1 + 4) / 8).
-    const __m128i ones = _mm_cmpeq_epi8(zero, zero);
+// Lanes where the edge is not filtered: |p0 - q0| >= alpha, |p1 - p0| >= beta or |q1 - q0| >= beta.
+inline __m128i off_u8(__m128i p1, __m128i p0, __m128i q0, __m128i q1, __m128i va, __m128i vb) {
+    const __m128i off = _mm_or_si128(ge_u8(absdiff_u8(p0, q0), va), ge_u8(absdiff_u8(p1, p0), vb));
+    return _mm_or_si128(off, ge_u8(absdiff_u8(q1, q0), vb));
+}
+// Lanes with bS 1..3.
+inline __m128i normal_bs_u8(__m128i bs) {
+    return _mm_and_si128(_mm_cmpgt_epi8(bs, _mm_setzero_si128()), _mm_cmpgt_epi8(_mm_set1_epi8(4), bs));
+}
+
+// p0 + delta and q0 - delta with delta clipped to [-tc, tc] (tc at most 94),
+// in lanes m, saturated to 0..255. 161 + delta is built from 66 + floor((p1 -
+// q1) / 4), 128 + floor((q0 - p0) / 2) and the parity of q0 - p0, which
+// combine exactly to floor((4 (q0 - p0) + p1 - q1 + 4) / 8), and capped at 255
+// (delta 94) by the saturating add.
+inline void delta_u8(__m128i* p0q0, __m128i p1, __m128i q1, __m128i tc, __m128i m) {
+    const __m128i p0 = p0q0[0], q0 = p0q0[1];
+    const __m128i ones = _mm_set1_epi8(-1), one = _mm_set1_epi8(1);
     __m128i t = _mm_avg_epu8(_mm_avg_epu8(_mm_xor_si128(q1, ones), p1), _mm_set1_epi8(3));
     t = _mm_avg_epu8(t, _mm_and_si128(_mm_xor_si128(p0, q0), one));
     t = _mm_adds_epu8(t, _mm_avg_epu8(_mm_xor_si128(p0, ones), q0));
     const __m128i bias = _mm_set1_epi8(static_cast<char>(161));
     const __m128i dpos = _mm_and_si128(_mm_min_epu8(_mm_subs_epu8(t, bias), tc), m);
     const __m128i dneg = _mm_and_si128(_mm_min_epu8(_mm_subs_epu8(bias, t), tc), m);
-    c[3] = _mm_subs_epu8(_mm_adds_epu8(p0, dpos), dneg);
-    c[4] = _mm_subs_epu8(_mm_adds_epu8(q0, dneg), dpos);
+    p0q0[0] = _mm_subs_epu8(_mm_adds_epu8(p0, dpos), dneg);
+    p0q0[1] = _mm_subs_epu8(_mm_adds_epu8(q0, dneg), dpos);
+}
+
+inline void normal_filter_u8(__m128i* c, int alpha, int beta, __m128i bs, __m128i tc0) {
+    const __m128i p2 = c[1], p1 = c[2], p0 = c[3], q0 = c[4], q1 = c[5], q2 = c[6];
+    const __m128i one = _mm_set1_epi8(1);
+    const __m128i va = _mm_set1_epi8(static_cast<char>(alpha)), vb = _mm_set1_epi8(static_cast<char>(beta));
+    const __m128i m = _mm_andnot_si128(off_u8(p1, p0, q0, q1, va, vb), normal_bs_u8(bs));
+    const __m128i ap = _mm_andnot_si128(ge_u8(absdiff_u8(p2, p0), vb), m);
+    const __m128i aq = _mm_andnot_si128(ge_u8(absdiff_u8(q2, q0), vb), m);
+    const __m128i tc = _mm_sub_epi8(_mm_sub_epi8(tc0, ap), aq);
+    delta_u8(c + 3, p1, q1, tc, m);
     // p1 + clip3(-tC0, tC0, (p2 + avg - 2 p1) >> 1) = p1 clamped into
     // [p1 - tC0, p1 + tC0] of floor((p2 + avg) / 2), which lies in 0..255.
     const __m128i avg = _mm_avg_epu8(p0, q0);

@@ -1,11 +1,13 @@
-// SSSE3 kernels of the H.264 luma deblocking: for up to 12-bit samples eight
+// SSSE3 kernels of the H.264 deblocking: luma for up to 12-bit samples eight
 // lines at a time in 16-bit lanes (a half edge: two segments, skipped when
-// both have bS 0); the 8-bit kernels of deblock_simd.h built with SSSE3.
+// both have bS 0); the 8-bit luma kernels of deblock_simd.h and the chroma
+// and MBAFF kernels of deblock_chroma_simd.h built with SSSE3.
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 
 #include "h264/deblock_dsp.h"
+#include "h264/x86/deblock_chroma_simd.h"
 #include "h264/x86/deblock_simd.h"
 
 namespace zep {
@@ -40,6 +42,15 @@ void deblock_install_ssse3(DeblockDsp& t) {
     t.luma8[1] = hor_8u;
     t.luma16[0] = ver_16u;  // from deblock_simd.h
     t.luma16[1] = hor_16u;
+    t.chroma8[kChromaVer420] = chroma_8u<true, false>;  // from deblock_chroma_simd.h
+    t.chroma8[kChromaHor420] = chroma_8u<false, false>;
+    t.chroma8[kChromaVer422] = chroma_8u<true, true>;
+    t.chroma8[kChromaHor422] = chroma_8u<false, true>;
+    t.chroma16[kChromaVer420] = chroma_ver<Zep16u, false>;
+    t.chroma16[kChromaHor420] = chroma_hor<Zep16u, false>;
+    t.chroma16[kChromaVer422] = chroma_ver<Zep16u, true>;
+    t.chroma16[kChromaHor422] = chroma_hor<Zep16u, true>;
+    t.mbaff8[0] = mbaff_luma_8u;
 }
 
 }  // namespace zep
