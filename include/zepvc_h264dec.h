@@ -95,6 +95,87 @@ ZEPVC_API ZepStatus zepiReconstructLumaIntra4x4MB_H264_16s8u_C1R(Zep16s** ppCoef
                                                                  Zep32s cbp, Zep32u qp, Zep8u edgeFlags,
                                                                  const Zep16s* pLevelScale, Zep8u bypass);
 
+/* ---- Intra prediction (stand-alone) ----
+ * Each call predicts one block of one plane in place from the samples around it
+ * in the same plane. edgeFlags marks the block's missing neighbours with the
+ * bits of the macroblock reconstruction: 1 left, 4 above, 16 above-left,
+ * 32 above-right. A mode that needs a missing neighbour returns
+ * zepStatusNeighborUnavailable and writes nothing; a missing above-right for
+ * 4x4/8x8 is replaced by the last sample above, as H.264 does. Steps count
+ * bytes. Modes: 4x4 and 8x8 0..8 (H.264 numbering), 16x16 0 vertical,
+ * 1 horizontal, 2 DC, 3 plane; chroma 0 DC, 1 horizontal, 2 vertical, 3 plane. */
+ZEPVC_API ZepStatus zepiPredictIntra4x4_H264_8u_C1IR(Zep8u* pSrcDst, Zep32u srcDstStep, Zep32u predMode,
+                                                      Zep8u edgeFlags);
+/* 8x8 with the reference-sample filtering of the 8x8 transform. */
+ZEPVC_API ZepStatus zepiPredictIntra8x8_H264_8u_C1IR(Zep8u* pSrcDst, Zep32u srcDstStep, Zep32u predMode,
+                                                      Zep8u edgeFlags);
+ZEPVC_API ZepStatus zepiPredictIntra16x16_H264_8u_C1IR(Zep8u* pSrcDst, Zep32u srcDstStep, Zep32u predMode,
+                                                        Zep8u edgeFlags);
+/* One chroma plane of a 4:2:0 macroblock (8x8). */
+ZEPVC_API ZepStatus zepiPredictIntraChroma8x8_H264_8u_C1IR(Zep8u* pSrcDst, Zep32u srcDstStep, Zep32u predMode,
+                                                            Zep8u edgeFlags);
+/* One chroma plane of a 4:2:2 macroblock (8 wide, 16 high). */
+ZEPVC_API ZepStatus zepiPredictIntraChroma8x16_H264_8u_C1IR(Zep8u* pSrcDst, Zep32u srcDstStep, Zep32u predMode,
+                                                             Zep8u edgeFlags);
+
+/* ---- Intra_16x16, chroma and 8x8 reconstruction ----
+ * Same coefficient-stream convention as above: only the blocks cbp marks are
+ * present, in this order, and each is consumed. */
+
+/* Intra_16x16 macroblock: predicts with intraPredMode (0..3), then cbp bit 0 = the 16-value luma
+ * DC block (raster order of the 4x4 DC matrix, as the CAVLC decoder writes it with the zig-zag
+ * scan), bits 1..16 = the AC blocks in block order (element 0 of each is ignored). The DC matrix
+ * is inverse-Hadamard transformed and dequantised, and every block is reconstructed, even with
+ * no AC. -117 (nothing written) when the mode needs a missing neighbour. */
+ZEPVC_API ZepStatus zepiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstY,
+                                                                   Zep32u srcDstStep, Zep32u intraPredMode,
+                                                                   Zep32u cbp, Zep32s qp, Zep8u edgeFlags,
+                                                                   const Zep16s* pLevelScale, Zep8u bypass);
+/* Chroma of a 4:2:0 macroblock whose prediction is in the planes. Coefficients: cbp bit 0 the Cb DC
+ * (4 values), bit 1 the Cr DC, bits 2..5 the Cb AC blocks, bits 6..9 the Cr AC blocks (element 0
+ * ignored). qpCb and qpCr are the chroma QP'c already mapped by the caller (the mapping table
+ * and the picture's offsets are the caller's). pLevelScaleCb/Cr: LevelScale4x4 for every qp % 6,
+ * 6 x 16 values. */
+ZEPVC_API ZepStatus zepiReconstructChromaInterMB_H264_16s8u_P2R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstCb,
+                                                                Zep8u* pSrcDstCr, Zep32u srcDstStep, Zep32u cbp,
+                                                                Zep32s qpCb, Zep32s qpCr,
+                                                                const Zep16s* pLevelScaleCb,
+                                                                const Zep16s* pLevelScaleCr, Zep8u bypass);
+/* Same after predicting both planes with intraChromaPredMode (0..3); -117 (nothing written) when
+ * the mode needs a missing neighbour. */
+ZEPVC_API ZepStatus zepiReconstructChromaIntraMB_H264_16s8u_P2R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstCb,
+                                                                Zep8u* pSrcDstCr, Zep32u srcDstStep,
+                                                                Zep32u intraChromaPredMode, Zep32u cbp,
+                                                                Zep32s qpCb, Zep32s qpCr, Zep8u edgeFlags,
+                                                                const Zep16s* pLevelScaleCb,
+                                                                const Zep16s* pLevelScaleCr, Zep8u bypass);
+/* 4:2:2 chroma (8x16 per plane): cbp bit 0 the Cb DC (8 values, 2 wide and 4 high), bit 1 the Cr
+ * DC, bits 2..9 the Cb AC blocks, bits 10..17 the Cr AC blocks; the DC uses QP'c + 3 as H.264
+ * says. */
+ZEPVC_API ZepStatus zepiReconstructChroma422InterMB_H264_16s8u_P2R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstCb,
+                                                                   Zep8u* pSrcDstCr, Zep32u srcDstStep,
+                                                                   Zep32u cbp, Zep32s qpCb, Zep32s qpCr,
+                                                                   const Zep16s* pLevelScaleCb,
+                                                                   const Zep16s* pLevelScaleCr, Zep8u bypass);
+ZEPVC_API ZepStatus zepiReconstructChroma422IntraMB_H264_16s8u_P2R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstCb,
+                                                                   Zep8u* pSrcDstCr, Zep32u srcDstStep,
+                                                                   Zep32u intraChromaPredMode, Zep32u cbp,
+                                                                   Zep32s qpCb, Zep32s qpCr, Zep8u edgeFlags,
+                                                                   const Zep16s* pLevelScaleCb,
+                                                                   const Zep16s* pLevelScaleCr, Zep8u bypass);
+/* Luma macroblock with the 8x8 transform, prediction in the plane: cbp bit k+1 (k = 0..3) marks
+ * 8x8 block k coded (64 raster-order values). pLevelScale8x8: LevelScale8x8 for qp % 6, raster. */
+ZEPVC_API ZepStatus zepiReconstructLumaInter8x8MB_H264_16s8u_C1R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstY,
+                                                                 Zep32u srcDstStep, Zep32u cbp, Zep32s qp,
+                                                                 const Zep16s* pLevelScale8x8, Zep8u bypass);
+/* Intra_8x8 macroblock: predicts each 8x8 block (pIntraModes[0..3], modes 0..8) with the filtered
+ * references, then adds its residual; -117 when a block's mode needs a missing neighbour, found
+ * before anything is written. */
+ZEPVC_API ZepStatus zepiReconstructLumaIntra8x8MB_H264_16s8u_C1R(Zep16s** ppCoeffBuf, Zep8u* pSrcDstY,
+                                                                 Zep32u srcDstStep, const Zep32u* pIntraModes,
+                                                                 Zep32u cbp, Zep32s qp, Zep8u edgeFlags,
+                                                                 const Zep16s* pLevelScale8x8, Zep8u bypass);
+
 /* ---- Inverse transforms ---- */
 /* 4x4 inverse transform of dequantised values, every sum saturated to 16 bits, (x + 32) >> 6. */
 ZEPVC_API ZepStatus zepiTransformResidual4x4Inv_H264_16s_C1(const Zep16s* pSrc, Zep16s* pDst);

@@ -180,12 +180,12 @@ void chroma_hor_u8(Zep8u* p, ptrdiff_t s, const Zep8u* alpha, const Zep8u* beta,
         __m128i c[4];
         for (int j = 0; j < 4; ++j) {
             const __m128i lo = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(r + (j - 2) * s));
-            c[j] = _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(lo), reinterpret_cast<const double*>(r + (j + 2) * s)));
+            c[j] = _mm_unpacklo_epi64(lo, _mm_loadl_epi64(reinterpret_cast<const __m128i*>(r + (j + 2) * s)));
         }
         two_edges_u8<-1>(c, alpha, beta, k > 0, 1, tc0 + 4 * ea, tc0 + 4 * eb, bs + 4 * ea, bs + 4 * eb);
         for (int j = 1; j < 3; ++j) {
             _mm_storel_epi64(reinterpret_cast<__m128i*>(r + (j - 2) * s), c[j]);
-            _mm_storeh_pd(reinterpret_cast<double*>(r + (j + 2) * s), _mm_castsi128_pd(c[j]));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(r + (j + 2) * s), _mm_unpackhi_epi64(c[j], c[j]));
         }
     }
 }
@@ -228,7 +228,7 @@ void chroma_ver_u8(Zep8u* p, ptrdiff_t s, const Zep8u* alpha, const Zep8u* beta,
                                  _mm_unpacklo_epi32(b[1], b[3]), _mm_unpackhi_epi32(b[1], b[3])};
         for (int i = 0; i < 4; ++i) {
             _mm_storel_epi64(reinterpret_cast<__m128i*>(r + 2 * i * s), rows[i]);
-            _mm_storeh_pd(reinterpret_cast<double*>(r + (2 * i + 1) * s), _mm_castsi128_pd(rows[i]));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(r + (2 * i + 1) * s), _mm_unpackhi_epi64(rows[i], rows[i]));
         }
     }
 }
@@ -237,6 +237,10 @@ void chroma_ver_u8(Zep8u* p, ptrdiff_t s, const Zep8u* alpha, const Zep8u* beta,
 // exceed 25), 16-bit lanes otherwise.
 template <bool Vertical, bool Is422>
 void chroma_8u(Zep8u* p, Zep32s step, const Zep8u* alpha, const Zep8u* beta, const Zep8u* tc0, const Zep8u* bs) {
+    // Edges with no strength are not touched, not even read.
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bs)), _mm_setzero_si128())) ==
+        0xFFFF)
+        return;
     const __m128i t = _mm_loadu_si128(reinterpret_cast<const __m128i*>(tc0));
     const bool bytes = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_max_epu8(t, _mm_set1_epi8(kByteTc0Max)),
                                                         _mm_set1_epi8(kByteTc0Max))) == 0xFFFF;
