@@ -5,6 +5,7 @@
 
 #include "h264/deblock_dsp.h"
 #include "h264/interp_dsp.h"
+#include "h264/weight16_dsp.h"
 #include "h264/weight_dsp.h"
 #include "zepvc.h"
 
@@ -128,5 +129,24 @@ const zb::Register w2("h264inter", "Weight implicit bi 4x4", [](Isa l) { return 
 const zb::Register w3("h264inter", "Weight 2x2 explicit bi", [](Isa l) { return weight(l, 2, 2, {45, 19, 32, 6, 3}, Feed::Bi); });
 const zb::Register w4("h264inter", "Weight one-dir 16x16 (in place)", [](Isa l) { return weight(l, 16, 16, {37, 0, 16, 5, -4}, Feed::OneDir); });
 const zb::Register w5("h264inter", "Weight average 16x16 (in place)", [](Isa l) { return weight(l, 16, 16, {37, 27, 16, 5, -4}, Feed::Average); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- weighting, 16-bit
+
+namespace {
+
+Case weight16(Isa level, int w, int h, zep::Weight16Params p) {
+    auto t = std::make_shared<zep::Weight16Dsp>(zep::build_table(zep::weight16_init, level));
+    auto a = zb::random_buffer(32 * 2 * 16, 21), b = zb::random_buffer(32 * 2 * 16, 22);
+    auto d = zb::random_buffer(32 * 2 * 16, 23);
+    const auto fn = t->block[zep::weight16_class(w)];
+    return {[=] { fn(a->at<Zep16u>(), 32, b->at<Zep16u>(), 32, d->at<Zep16u>(), 32, p, h); },
+            [=] { return zb::hash_bytes(d->at(), 32 * 2 * 16); }};
+}
+
+const zb::Register w16a("h264inter", "Weight16 explicit bi 16x16", [](Isa l) { return weight16(l, 16, 16, {45, 19, 32, 6, 3, 1023}); });
+const zb::Register w16b("h264inter", "Weight16 implicit bi 8x8", [](Isa l) { return weight16(l, 8, 8, {40, 24, 32, 6, 0, 1023}); });
+const zb::Register w16c("h264inter", "Weight16 default bi 4x4", [](Isa l) { return weight16(l, 4, 4, {1, 1, 1, 1, 0, 4095}); });
 
 }  // namespace

@@ -75,6 +75,20 @@ typedef struct ZepDeblockParams16u {
     Zep32s bitDepth;
 } ZepDeblockParams16u;
 
+/* Geometry of the high-bit-depth weighted prediction. Steps count samples.
+ * Results are clamped to 0..(1 << bitDepth) - 1; samples may use all 16 bits. */
+typedef struct ZepBidirParams16u {
+    const Zep16u* pSrc1; /* first prediction (the only one of the one-directional form) */
+    Zep32s src1Step;
+    const Zep16u* pSrc2; /* second prediction */
+    Zep32s src2Step;
+    Zep16u* pDst; /* may be either source */
+    Zep32s dstStep;
+    Zep32s width;    /* 2, 4, 8 or 16 */
+    Zep32s height;   /* 2, 4, 8 or 16 */
+    Zep32s bitDepth; /* 1..16 */
+} ZepBidirParams16u;
+
 /* ---- Luma interpolation ---- */
 /* Quarter-sample luma block. Width 0 or 4 writes 4 columns, 8 or 12 writes 8,
  * 16..28 writes 16 (widths 12, 20, 24 and 28 are accepted but produce the
@@ -176,6 +190,22 @@ ZEPVC_API ZepStatus zepiBiDirWeightBlockImplicit_H264_8u_P3P1R(const Zep8u* pSrc
 ZEPVC_API ZepStatus zepiWeightedAverage_H264_8u_C1IR(const Zep8u* pSrc1, Zep8u* pSrcDst, Zep32s srcDstStep,
                                                      Zep32s w1, Zep32s w2, Zep32s logWD, Zep32s offset,
                                                      Zep32s width, Zep32s height);
+
+/* High bit depth. Offsets are in units of the bit depth (the slice header's offset times
+ * 1 << (bitDepth - 8)). Checks: the record, its pointers, steps below the width, height then
+ * width, bitDepth outside 1..16 (zepStatusBadArg), then logWD outside 0..7, weights outside
+ * -128..128 or offsets outside -65535..65535 (zepStatusOutOfRange). */
+/* Default bi-prediction: (a + b + 1) >> 1. */
+ZEPVC_API ZepStatus zepiBidir_H264_16u_P2P1R(const ZepBidirParams16u* pParams);
+/* Explicit: ((a * w1 + b * w2 + (1 << logWD)) >> (logWD + 1)) + ((o1 + o2 + 1) >> 1). */
+ZEPVC_API ZepStatus zepiBidirWeight_H264_16u_P2P1R(const ZepBidirParams16u* pParams, Zep32s logWD, Zep32s w1,
+                                                   Zep32s o1, Zep32s w2, Zep32s o2);
+/* Implicit: (a * w1 + b * w2 + 32) >> 6. */
+ZEPVC_API ZepStatus zepiBidirWeightImplicit_H264_16u_P2P1R(const ZepBidirParams16u* pParams, Zep32s w1, Zep32s w2);
+/* One-directional from pSrc1 to pDst (in place when they are the same; pSrc2 is not used and may
+ * be null): ((a * weight + round) >> logWD) + offset, round = 1 << (logWD - 1) or 0 for logWD 0. */
+ZEPVC_API ZepStatus zepiUnidirWeight_H264_16u_IP2P1R(const ZepBidirParams16u* pParams, Zep32s logWD, Zep32s weight,
+                                                     Zep32s offset);
 
 ZEPVC_EXTERN_C_END
 

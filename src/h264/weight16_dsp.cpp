@@ -1,0 +1,26 @@
+#include "h264/weight16_dsp.h"
+
+#include "h264/weight16_ref.h"
+
+namespace zep {
+
+namespace {
+ZEP_TABLE_INIT_PRIORITY const Weight16Dsp g_active = build_active_table(weight16_init);
+}  // namespace
+
+void weight16_init(Weight16Dsp& t, Isa level) {
+    t.block[0] = ref::weight16_block<2>;
+    t.block[1] = ref::weight16_block<4>;
+    t.block[2] = ref::weight16_block<8>;
+    t.block[3] = ref::weight16_block<16>;
+#if ZEPVC_HAVE_X86
+    if (level >= Isa::SSE41) weight16_install_sse41(t);
+    if (level >= Isa::AVX2) weight16_install_avx2(t);
+#else
+    (void)level;
+#endif
+}
+
+const Weight16Dsp& weight16_dsp() { return g_active; }
+
+}  // namespace zep
