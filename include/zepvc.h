@@ -38,6 +38,7 @@ ZEPVC_EXTERN_C_END
 #include "zepvc_h264inter.h"
 #include "zepvc_h264enc.h"
 #include "zepvc_vc1.h"
+#include "zepvc_dct.h"
 #include "zepvc_mpeg4.h"
 #include "zepvc_mpeg2.h"
 #include "zepvc_avs.h"
