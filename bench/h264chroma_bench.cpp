@@ -100,3 +100,26 @@ const zb::Register d5("h264chroma", "Chroma deblock 16u VerEdge 4:2:0 bS 2 10-bi
 const zb::Register d6("h264chroma", "Chroma deblock 16u HorEdge 4:2:0 bS 2 10-bit", [](Isa l) { return chroma_deblock<Zep16u>(l, kChromaHor420, false, 10); });
 
 }  // namespace
+
+// ---------------------------------------------------------------- intra prediction
+
+#include "h264/intrapred_dsp.h"
+
+namespace {
+
+zb::Case intra(zep::Isa level, int form, int mode) {
+    auto t = std::make_shared<zep::IntraPredDsp>(zep::build_table(zep::intrapred_init, level));
+    auto pic = zb::random_buffer(64 * 24, 41);
+    const zep::IntraPredFn fn = form == 0 ? t->luma16[mode] : t->chroma[form - 1][mode];
+    Zep8u* blk = pic->at(64 * 2 + 8);
+    return {[=] { fn(blk, 64, zep::kAvailLeft | zep::kAvailTop); }, [=] { return zb::hash_bytes(pic->at(), 64 * 24); }};
+}
+
+const zb::Register ip0("h264intra", "Intra 16x16 plane", [](zep::Isa l) { return intra(l, 0, 3); });
+const zb::Register ip1("h264intra", "Intra 16x16 DC", [](zep::Isa l) { return intra(l, 0, 2); });
+const zb::Register ip2("h264intra", "Intra 16x16 horizontal", [](zep::Isa l) { return intra(l, 0, 1); });
+const zb::Register ip3("h264intra", "Intra chroma 8x8 plane", [](zep::Isa l) { return intra(l, 1, 3); });
+const zb::Register ip4("h264intra", "Intra chroma 8x8 DC", [](zep::Isa l) { return intra(l, 1, 0); });
+const zb::Register ip5("h264intra", "Intra chroma 8x16 plane", [](zep::Isa l) { return intra(l, 2, 3); });
+
+}  // namespace
