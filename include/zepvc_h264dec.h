@@ -176,6 +176,18 @@ ZEPVC_API ZepStatus zepiReconstructLumaIntra8x8MB_H264_16s8u_C1R(Zep16s** ppCoef
                                                                  Zep32u cbp, Zep32s qp, Zep8u edgeFlags,
                                                                  const Zep16s* pLevelScale8x8, Zep8u bypass);
 
+/* ---- Stand-alone DC transforms (decoder side) ----
+ * In place; results keep their low 16 bits. pLevelScale: LevelScale4x4 for qp % 6 (element 0 is
+ * used). Checks: null pointers, then qp. */
+/* 4x4 luma DC of an Intra_16x16 macroblock (raster order of the DC matrix): Hadamard, then
+ * (f * scale) << (qp / 6 - 6) from qp 36, else (f * scale + 2^(5 - qp / 6)) >> (6 - qp / 6). */
+ZEPVC_API ZepStatus zepiTransformDequantLumaDC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s qp, const Zep16s* pLevelScale);
+/* 2x2 chroma DC (4:2:0) with qp = QP'c: ((f * scale) << (qp / 6)) >> 5. */
+ZEPVC_API ZepStatus zepiTransformDequantChromaDC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s qp, const Zep16s* pLevelScale);
+/* 2x4 chroma DC (4:2:2; 2 wide, 4 high) with qp = QP'c + 3 (0..54), scaled as the luma DC. */
+ZEPVC_API ZepStatus zepiTransformDequantChroma422DC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s qp,
+                                                                 const Zep16s* pLevelScale);
+
 /* ---- Inverse transforms ---- */
 /* 4x4 inverse transform of dequantised values, every sum saturated to 16 bits, (x + 32) >> 6. */
 ZEPVC_API ZepStatus zepiTransformResidual4x4Inv_H264_16s_C1(const Zep16s* pSrc, Zep16s* pDst);

@@ -37,6 +37,27 @@ ZEPVC_API ZepStatus zepiQuantizeResidual4x4Fwd_H264_16s32s_C1(const Zep16s* pSrc
                                                               Zep32s* pLastScanPos, const Zep32s* pScaleTable,
                                                               const Zep16s* pScanPos, Zep32u qp, Zep32s isIntra);
 
+/* ---- DC transforms with quantisation, and the 8x8 forward transform ----
+ * The DC forms take the DC coefficients of the core-transformed blocks in place (raster order of
+ * the DC matrix) and leave levels: level = sign(f) * ((|f| * MF + 2 * rounding) >> (16 + qp / 6))
+ * with MF the flat multiplier of position 0 for qp % 6 and the 4x4 quantiser's rounding (a third
+ * of the step for intra, a sixth for inter); levels saturate to 16 bits; *pNumLevels gets the
+ * count of non-zero levels. Luma: f = (H c H) halved with rounding away from zero; chroma:
+ * f = H c H. A decoder's inverse DC transform at the same qp gives the DC back.
+ * Checks: null pointers, then qp. */
+/* 4x4 luma DC of an Intra_16x16 macroblock; qp 0..51. */
+ZEPVC_API ZepStatus zepiTransformQuantLumaDC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s* pNumLevels, Zep32u qp,
+                                                          Zep32s isIntra);
+/* 2x2 chroma DC (4:2:0); qp = QP'c, 0..51. */
+ZEPVC_API ZepStatus zepiTransformQuantChromaDC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s* pNumLevels, Zep32u qp,
+                                                            Zep32s isIntra);
+/* 2x4 chroma DC (4:2:2); qp = QP'c + 3, 0..54. */
+ZEPVC_API ZepStatus zepiTransformQuantChroma422DC_H264_16s_C1I(Zep16s* pSrcDst, Zep32s* pNumLevels, Zep32u qp,
+                                                               Zep32s isIntra);
+/* 8x8 forward core transform (rows, then columns; no scaling) in 32-bit arithmetic, results
+ * saturated to 16 bits. */
+ZEPVC_API ZepStatus zepiTransformResidual8x8Fwd_H264_16s_C1(const Zep16s* pSrc, Zep16s* pDst);
+
 /* ---- CAVLC syntax analysis ----
  * Outputs: TrailingOnes, their signs (highest-frequency one in the most
  * significant of the TrailingOnes bits, 1 = negative), TotalCoeff, total_zeros,

@@ -8,6 +8,7 @@
 
 #include "common/saturate.h"
 #include "frame/check.h"
+#include "h264/dc_ref.h"
 #include "h264/intrapred_dsp.h"
 #include "h264/intrapred_ref.h"
 #include "h264/recon_dsp.h"
@@ -62,61 +63,9 @@ void bypass_region(Zep8u* dst, Zep32s step, int* res, int w, int h, int dpcm) {
 
 // ---- Intra_16x16
 
-// Luma DC: 4x4 Hadamard, then the scaling with qp / 6 against 6.
-void luma_dc(const Zep16s* c, int (&dc)[16], int qp, int scale) {
-    int t[16];
-    for (int i = 0; i < 4; ++i) {  // rows
-        const int a = c[4 * i], b = c[4 * i + 1], e = c[4 * i + 2], f = c[4 * i + 3];
-        t[4 * i] = a + b + e + f;
-        t[4 * i + 1] = a + b - e - f;
-        t[4 * i + 2] = a - b - e + f;
-        t[4 * i + 3] = a - b + e - f;
-    }
-    for (int j = 0; j < 4; ++j) {  // columns
-        const int a = t[j], b = t[4 + j], e = t[8 + j], f = t[12 + j];
-        const int g[4] = {a + b + e + f, a + b - e - f, a - b - e + f, a - b + e - f};
-        for (int i = 0; i < 4; ++i) {
-            const int64_t v = static_cast<int64_t>(g[i]) * scale;
-            dc[4 * i + j] = static_cast<int>(qp >= 36 ? v << (qp / 6 - 6) : (v + (1 << (5 - qp / 6))) >> (6 - qp / 6));
-        }
-    }
-}
-
 // ---- chroma
 
-constexpr int kLumaToChromaDpcm[4] = {0, 2, 1, 0};  // chroma modes: 1 horizontal, 2 vertical
-
-// 2x2 (4:2:0) or 2x4 (4:2:2) chroma DC: Hadamard, then the scaling.
-void chroma_dc(const Zep16s* c, int* dc, int rows, int qp, const Zep16s* scales) {
-    int f[8];
-    for (int r = 0; r < rows; ++r) {  // across the two columns
-        f[2 * r] = c[2 * r] + c[2 * r + 1];
-        f[2 * r + 1] = c[2 * r] - c[2 * r + 1];
-    }
-    if (rows == 2) {
-        for (int x = 0; x < 2; ++x) {
-            const int a = f[x], b = f[2 + x];
-            f[x] = a + b;
-            f[2 + x] = a - b;
-        }
-        const int s = scales[16 * (qp % 6)];
-        for (int i = 0; i < 4; ++i)
-            dc[i] = static_cast<int>(((static_cast<int64_t>(f[i]) * s) << (qp / 6)) >> 5);
-        return;
-    }
-    for (int x = 0; x < 2; ++x) {  // down the four rows
-        const int a = f[x], b = f[2 + x], e = f[4 + x], g = f[6 + x];
-        f[x] = a + b + e + g;
-        f[2 + x] = a + b - e - g;
-        f[4 + x] = a - b - e + g;
-        f[6 + x] = a - b + e - g;
-    }
-    const int qd = qp + 3, s = scales[16 * (qd % 6)];
-    for (int i = 0; i < 8; ++i) {
-        const int64_t v = static_cast<int64_t>(f[i]) * s;
-        dc[i] = static_cast<int>(qd >= 36 ? v << (qd / 6 - 6) : (v + (1 << (5 - qd / 6))) >> (6 - qd / 6));
-    }
-}
+constexpr int kChromaDpcm[4] = {0, 2, 1, 0};  // chroma modes: 1 horizontal, 2 vertical
 
 struct ChromaPlane {
     Zep8u* p;
@@ -157,7 +106,8 @@ ZepStatus chroma_mb(Zep16s** pp, ChromaPlane (&pl)[2], Zep32s step, Zep32u cbp, 
         }
         int dc[8] = {};
         if (pl[k].dc) {
-            chroma_dc(pl[k].dc, dc, rows, pl[k].qp, pl[k].scales);
+            const int qd = rows == 2 ? pl[k].qp : pl[k].qp + 3;
+            chroma_dc_dequant(pl[k].dc, dc, rows, qd, pl[k].scales[16 * (qd % 6)]);
             for (int i = 0; i < 2 * rows; ++i) pl[k].dc[i] = wrap_s16(dc[i]);
         }
         const QpShift q = qp_shift(pl[k].qp);
@@ -262,7 +212,7 @@ ZEPVC_API ZepStatus zepiReconstructLumaIntra16x16MB_H264_16s8u_C1R(Zep16s** ppCo
     }
     int dc[16] = {};
     if (dcBlock) {
-        luma_dc(dcBlock, dc, qp, pLevelScale[0]);
+        luma_dc_dequant(dcBlock, dc, qp, pLevelScale[0]);
         for (int i = 0; i < 16; ++i) dcBlock[i] = wrap_s16(dc[i]);
     }
     const QpShift q = qp_shift(qp);
@@ -293,7 +243,7 @@ ZepStatus chroma_entry(Zep16s** pp, Zep8u* cb, Zep8u* cr, Zep32u step, int mode 
         f(cr, s, dc_avail(n));
     }
     ChromaPlane pl[2] = {{cb, qpCb, lsCb, nullptr}, {cr, qpCr, lsCr, nullptr}};
-    return chroma_mb(pp, pl, s, cbp, rows, bypass != 0, mode >= 0 ? kLumaToChromaDpcm[mode] : 0);
+    return chroma_mb(pp, pl, s, cbp, rows, bypass != 0, mode >= 0 ? kChromaDpcm[mode] : 0);
 }
 
 ZepStatus luma8x8_entry(Zep16s** pp, Zep8u* y, Zep32u step, const Zep32u* modes, Zep32u cbp, Zep32s qp,

@@ -285,6 +285,110 @@ TEST(Luma8x8Recon, MatchesPlainDecodingAtEveryQp) {
         }
 }
 
+
+// ---------------------------------------------------------------- stand-alone DC transforms
+TEST(DcTransforms, InverseMatchesMatrixHadamardAtEveryQp) {
+    Rng rng(95);
+    for (int qp = 0; qp <= 54; ++qp)
+        for (int it = 0; it < 20; ++it) {
+            struct Shape {
+                int rows, cols, maxQp;
+                ZepStatus (*fn)(Zep16s*, Zep32s, const Zep16s*);
+                bool by32;  // 4:2:0 chroma scaling
+            };
+            const Shape shapes[] = {{4, 4, 51, zepiTransformDequantLumaDC_H264_16s_C1I, false},
+                                    {2, 2, 51, zepiTransformDequantChromaDC_H264_16s_C1I, true},
+                                    {4, 2, 54, zepiTransformDequantChroma422DC_H264_16s_C1I, false}};
+            for (const Shape& sh : shapes) {
+                const int n = sh.rows * sh.cols;
+                std::vector<int> c(n);
+                std::vector<Zep16s> io(n);
+                for (int i = 0; i < n; ++i) io[i] = static_cast<Zep16s>(c[i] = rng.range(-60, 60));
+                const Zep16s scale = static_cast<Zep16s>(ls4(qp % 6, 0));
+                if (qp > sh.maxQp) {
+                    EXPECT_EQ(sh.fn(io.data(), qp, &scale), zepStatusOutOfRange);
+                    continue;
+                }
+                ASSERT_EQ(sh.fn(io.data(), qp, &scale), zepStatusOk);
+                const std::vector<int64_t> f = hadamard(c, sh.rows, sh.cols);
+                for (int i = 0; i < n; ++i) {
+                    const int64_t v = f[i] * scale;
+                    const int64_t want = sh.by32 ? (v << (qp / 6)) >> 5
+                                         : qp >= 36 ? v << (qp / 6 - 6)
+                                                    : (v + (int64_t{1} << (5 - qp / 6))) >> (6 - qp / 6);
+                    ASSERT_EQ(io[i], static_cast<Zep16s>(want)) << sh.rows << "x" << sh.cols << " qp " << qp << " [" << i << "]";
+                }
+            }
+        }
+}
+
+// Encoder and decoder halves together: blocks of flat residual through the
+// core transform, the forward DC transform with quantisation and the inverse
+// DC transform come back within the quantiser's step at low qp.
+TEST(DcTransforms, ForwardThenInverseGivesTheBlocksBack) {
+    Rng rng(96);
+    struct Shape {
+        int rows, cols, qpOffset;
+        ZepStatus (*fwd)(Zep16s*, Zep32s*, Zep32u, Zep32s);
+        ZepStatus (*inv)(Zep16s*, Zep32s, const Zep16s*);
+    };
+    const Shape shapes[] = {{4, 4, 0, zepiTransformQuantLumaDC_H264_16s_C1I, zepiTransformDequantLumaDC_H264_16s_C1I},
+                            {2, 2, 0, zepiTransformQuantChromaDC_H264_16s_C1I, zepiTransformDequantChromaDC_H264_16s_C1I},
+                            {4, 2, 3, zepiTransformQuantChroma422DC_H264_16s_C1I,
+                             zepiTransformDequantChroma422DC_H264_16s_C1I}};
+    for (const Shape& sh : shapes)
+        for (int qp = 0; qp <= 6; ++qp)
+            for (int it = 0; it < 50; ++it) {
+                const int n = sh.rows * sh.cols, q = qp + sh.qpOffset;
+                std::vector<int> v(n);
+                std::vector<Zep16s> dc(n);
+                for (int i = 0; i < n; ++i) {
+                    v[i] = rng.range(-200, 200);
+                    Zep16s blk[16], coef[16];
+                    std::fill_n(blk, 16, static_cast<Zep16s>(v[i]));
+                    ASSERT_EQ(zepiTransformResidual4x4Fwd_H264_16s_C1(blk, coef), zepStatusOk);
+                    dc[i] = coef[0];
+                }
+                Zep32s nz = -1;
+                ASSERT_EQ(sh.fwd(dc.data(), &nz, static_cast<Zep32u>(q), 1), zepStatusOk);
+                EXPECT_EQ(nz, static_cast<Zep32s>(std::count_if(dc.begin(), dc.end(), [](Zep16s x) { return x != 0; })));
+                const Zep16s scale = static_cast<Zep16s>(ls4(q % 6, 0));
+                ASSERT_EQ(sh.inv(dc.data(), q, &scale), zepStatusOk);
+                for (int i = 0; i < n; ++i)
+                    ASSERT_LE(std::abs(((dc[i] + 32) >> 6) - v[i]), 1 + q / 6)
+                        << sh.rows << "x" << sh.cols << " qp " << q << " block " << i << " value " << v[i];
+            }
+}
+
+// With every input a multiple of 64 the shifts inside the 8x8 forward
+// transform are exact, and it equals its matrix form C x C^T / 64.
+TEST(DcTransforms, Forward8x8EqualsItsMatrixOnExactInputs) {
+    static const int C[8][8] = {{8, 8, 8, 8, 8, 8, 8, 8},         {12, 10, 6, 3, -3, -6, -10, -12},
+                                {8, 4, -4, -8, -8, -4, 4, 8},     {10, -3, -12, -6, 6, 12, 3, -10},
+                                {8, -8, -8, 8, 8, -8, -8, 8},     {6, -12, 3, 10, -10, -3, 12, -6},
+                                {4, -8, 8, -4, -4, 8, -8, 4},     {3, -6, 10, -12, 12, -10, 6, -3}};
+    Rng rng(97);
+    for (int it = 0; it < 200; ++it) {
+        Zep16s x[64], y[64];
+        for (Zep16s& v : x) v = static_cast<Zep16s>(64 * rng.range(-4, 4));
+        ASSERT_EQ(zepiTransformResidual8x8Fwd_H264_16s_C1(x, y), zepStatusOk);
+        for (int u = 0; u < 8; ++u)
+            for (int w = 0; w < 8; ++w) {
+                int64_t s = 0;
+                for (int i = 0; i < 8; ++i)
+                    for (int j = 0; j < 8; ++j) s += int64_t{C[u][i]} * x[i * 8 + j] * C[w][j];
+                ASSERT_EQ(y[u * 8 + w], s / 64) << "coefficient " << u << "," << w;
+            }
+    }
+    Zep16s dummy[64] = {};
+    Zep32s nz;
+    EXPECT_EQ(zepiTransformResidual8x8Fwd_H264_16s_C1(nullptr, dummy), zepStatusNullPtr);
+    EXPECT_EQ(zepiTransformQuantLumaDC_H264_16s_C1I(dummy, nullptr, 0, 1), zepStatusNullPtr);
+    EXPECT_EQ(zepiTransformQuantLumaDC_H264_16s_C1I(dummy, &nz, 52, 1), zepStatusOutOfRange);
+    EXPECT_EQ(zepiTransformQuantChroma422DC_H264_16s_C1I(dummy, &nz, 55, 1), zepStatusOutOfRange);
+    EXPECT_EQ(zepiTransformDequantLumaDC_H264_16s_C1I(dummy, 0, nullptr), zepStatusNullPtr);
+}
+
 // ---------------------------------------------------------------- checks
 TEST(ReconExtEntry, ChecksInOrderAndWriteNothing) {
     Picture<Zep8u> pic(40, 40, 48, 0, 0);
