@@ -1,11 +1,14 @@
-// Benchmarks of the H.264 chroma interpolation and deblocking and of the
-// 16-bit weighted prediction.
+// Benchmarks of the H.264 chroma interpolation and deblocking, the intra predictors and the 8x8
+// reconstruction.
 #include "bench.h"
 
 #include <cstring>
+#include <vector>
 
 #include "h264/deblock_dsp.h"
 #include "h264/interp_dsp.h"
+#include "h264/intrapred_dsp.h"
+#include "h264/recon8x8_dsp.h"
 #include "zepvc.h"
 
 namespace {
@@ -103,7 +106,6 @@ const zb::Register d6("h264chroma", "Chroma deblock 16u HorEdge 4:2:0 bS 2 10-bi
 
 // ---------------------------------------------------------------- intra prediction
 
-#include "h264/intrapred_dsp.h"
 
 namespace {
 
@@ -121,5 +123,27 @@ const zb::Register ip2("h264intra", "Intra 16x16 horizontal", [](zep::Isa l) { r
 const zb::Register ip3("h264intra", "Intra chroma 8x8 plane", [](zep::Isa l) { return intra(l, 1, 3); });
 const zb::Register ip4("h264intra", "Intra chroma 8x8 DC", [](zep::Isa l) { return intra(l, 1, 0); });
 const zb::Register ip5("h264intra", "Intra chroma 8x16 plane", [](zep::Isa l) { return intra(l, 2, 3); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- 8x8 reconstruction
+
+
+namespace {
+
+zb::Case recon8(zep::Isa level) {
+    auto t = std::make_shared<zep::Recon8x8Dsp>(zep::build_table(zep::recon8x8_init, level));
+    auto pic = zb::random_buffer(32 * 8, 51);
+    auto coef = zb::random_buffer(128, 52), work = zb::random_buffer(128, 53);
+    auto scale = std::make_shared<std::vector<Zep16s>>(64, 20 * 16);
+    for (int i = 0; i < 64; ++i) coef->at<Zep16s>()[i] = static_cast<Zep16s>(i < 10 ? (coef->at<Zep16s>()[i] % 16) : 0);
+    return {[=] {
+                std::memcpy(work->at(), coef->at(), 128);
+                t->block(work->at<Zep16s>(), pic->at(), 32, scale->data(), 28);
+            },
+            [=] { return zb::hash_bytes(pic->at(), 32 * 8); }};
+}
+
+const zb::Register r8("h264intra", "Recon 8x8 block qp 28 (+copy of coefficients)", [](zep::Isa l) { return recon8(l); });
 
 }  // namespace

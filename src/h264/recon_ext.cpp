@@ -11,6 +11,7 @@
 #include "h264/dc_ref.h"
 #include "h264/intrapred_dsp.h"
 #include "h264/intrapred_ref.h"
+#include "h264/recon8x8_dsp.h"
 #include "h264/recon_dsp.h"
 #include "h264/recon_ref.h"
 #include "zepvc.h"
@@ -121,35 +122,15 @@ ZepStatus chroma_mb(Zep16s** pp, ChromaPlane (&pl)[2], Zep32s step, Zep32u cbp, 
 
 // ---- 8x8 transform
 
-void itrans8_line(const int* d, int* o, int stride) {
-    const int d0 = d[0], d1 = d[stride], d2 = d[2 * stride], d3 = d[3 * stride], d4 = d[4 * stride],
-              d5 = d[5 * stride], d6 = d[6 * stride], d7 = d[7 * stride];
-    const int a0 = d0 + d4, a4 = d0 - d4, a2 = (d2 >> 1) - d6, a6 = d2 + (d6 >> 1);
-    const int b0 = a0 + a6, b2 = a4 + a2, b4 = a4 - a2, b6 = a0 - a6;
-    const int a1 = -d3 + d5 - d7 - (d7 >> 1), a3 = d1 + d7 - d3 - (d3 >> 1);
-    const int a5 = -d1 + d7 + d5 + (d5 >> 1), a7 = d3 + d5 + d1 + (d1 >> 1);
-    const int b1 = a1 + (a7 >> 2), b7 = a7 - (a1 >> 2), b3 = a3 + (a5 >> 2), b5 = (a3 >> 2) - a5;
-    const int f[8] = {b0 + b7, b2 + b5, b4 + b3, b6 + b1, b6 - b1, b4 - b3, b2 - b5, b0 - b7};
-    for (int i = 0; i < 8; ++i) o[i * stride] = f[i];
-}
-
-// Dequantise, transform and add one 8x8 block; the residual replaces the
-// coefficients (saturated to 16 bits).
+// One coded 8x8 block; lossless blocks add their coefficients as they are.
 void block8x8(Zep16s* c, Zep8u* dst, Zep32s step, const Zep16s* scale, int qp, bool bypass) {
-    int d[64], t[64];
-    if (bypass) {
-        for (int i = 0; i < 64; ++i) d[i] = c[i];
-    } else {
-        for (int i = 0; i < 64; ++i) {
-            const int64_t v = static_cast<int64_t>(c[i]) * scale[i];
-            d[i] = static_cast<int>(qp >= 36 ? v << (qp / 6 - 6) : (v + (1 << (5 - qp / 6))) >> (6 - qp / 6));
-        }
-        for (int i = 0; i < 8; ++i) itrans8_line(d + 8 * i, t + 8 * i, 1);
-        for (int j = 0; j < 8; ++j) itrans8_line(t + j, d + j, 8);
-        for (int i = 0; i < 64; ++i) d[i] = (d[i] + 32) >> 6;
+    if (!bypass) {
+        recon8x8_dsp().block(c, dst, step, scale, qp);
+        return;
     }
+    int d[64];
+    for (int i = 0; i < 64; ++i) d[i] = c[i];
     add_residual(dst, step, d, 8, 8, 8);
-    for (int i = 0; i < 64; ++i) c[i] = sat_s16(d[i]);
 }
 
 // Neighbours of 8x8 block k inside a macroblock with these edge flags.

@@ -39,14 +39,14 @@ void exact_idct(const double (&X)[64], double (&x)[64]) {
 class Ieee1180Random {
 public:
     long next(long L, long H) {
-        randx_ = randx_ * 1103515245 + 12345;
-        const long i = randx_ & 0x7ffffffe;
+        randx_ = randx_ * 1103515245u + 12345u;  // 32-bit arithmetic, as the procedure's generator
+        const long i = static_cast<long>(randx_ & 0x7ffffffeu);
         const double x = static_cast<double>(i) / static_cast<double>(0x7ffffffe) * static_cast<double>(L + H + 1);
         return static_cast<long>(x) - L;
     }
 
 private:
-    long randx_ = 1;
+    uint32_t randx_ = 1;
 };
 
 long clampl(long v, long lo, long hi) { return v < lo ? lo : (v > hi ? hi : v); }
