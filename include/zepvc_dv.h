@@ -6,6 +6,60 @@
 
 ZEPVC_EXTERN_C_BEGIN
 
+/* ---- DV variable-length code: the lookup table ----
+ * Built from two source tables (arrays of 32u): word 0's low byte is the table's lookup width b,
+ * words 1 and 2 are not read, then for each code length L = 1..b: the number of codes of that
+ * length, followed by that many (code right-aligned in L bits, run, level) triples. The result
+ * is one block of (2^b1 + 2^b2) 4-byte entries (length, 255 where no code starts; run; level x 64
+ * as 16s); second-table entries store their length plus 4. Failure leaves null in *ppHuffTable.
+ *
+ * How a DV decoder fills the two source tables from the DV code table (IEC 61834-2 / SMPTE
+ * 314M): every code is listed without its sign bit (the decoder reads the sign after any code of
+ * non-zero amplitude), with its run and its amplitude as the level (0 for the run-only codes).
+ * Table 1, width 8: all codes of 8 bits or fewer. Table 2, width 11: all codes of 9 bits or more,
+ * which all begin with 1111, listed without those four bits (so a 15-bit code is an 11-bit code
+ * of table 2); the fixed-format forms are listed code by code: run-only 1111110 + 6-bit run (runs
+ * 6..61, level 0) and amplitude 1111111 + 8-bit amplitude (amplitudes 23..255, run 0). End of
+ * block (0110) is listed with run 255, level 0.
+ * Worked example: table 1 begins {8, 0, 0, 0, 1, 0x0, 0, 1, 1, 0x2, 0, 2, ...}: width 8, two
+ * unread words, no code of length 1, one of length 2 ("00": run 0, amplitude 1), one of length 3
+ * ("010": run 0, amplitude 2), and so on; table 2 lists "1111100111 0" (run 0, amplitude 0 is
+ * not a code; e.g. the 11-bit run-only code 11111001110, run 0) as the 7-bit code 1001110. */
+ZEPVC_API ZepStatus zepiInitAllocHuffmanTable_DV_32u(const Zep32u* pSrcTable1, const Zep32u* pSrcTable2,
+                                                     Zep32u** ppHuffTable);
+/* Releases a table from zepiInitAllocHuffmanTable_DV_32u; null: zepStatusNullPtr. */
+ZEPVC_API ZepStatus zepiFreeHuffmanTable_DV_32u(Zep32u* pHuffTable);
+
+/* ---- Segment decoding ----
+ * One video segment: five compressed macroblocks of 80 bytes. Each macroblock: byte 3's low four
+ * bits the quantisation number; DV blocks at bytes 4, 18, 32, 46 (luma, 14 bytes) and 60, 70
+ * (chroma, 10 bytes); DV100 blocks at 4, 14, 24, 34 (luma, 10 bytes) and 44, 52, 60, 68 (chroma,
+ * 8 bytes). A block area starts with the 9-bit DC (two's complement), the mode bit (2-4-8 DCT) and
+ * the 2-bit class, then the AC codes, most significant bit first.
+ * pScanTables: 128 x 32s, scan position -> row-major index: [0..63] for 8x8 blocks, [64..127] for
+ * 2-4-8 blocks (mode bit set). pHuffTable: a table built as above with widths 8 and 11 (not
+ * checked; the decoders index it that way).
+ * Outputs: pBlock, 64 16s per block (30 blocks DV, 40 DV100) in macroblock then block order: the
+ * DC as read (-256..255) at index 0, each AC coefficient as its signed amplitude at
+ * scan[position]; pBlockParam, one word per block: (quantisation number << 16) | (byte 1 of the
+ * block & 0x70) (mode in bit 6, class in bits 4-5).
+ * The AC bits of a block that overflow its area are followed as DV places them: first into the
+ * space the other blocks of its macroblock leave after their end of block (in block order), then
+ * into the space the other macroblocks of the segment leave (in macroblock order). A block whose
+ * bits run out, hold a code that is not in the table, or pass position 63 ends there with what it
+ * decoded; bits no block claims are ignored. The decoders read only the 400 segment bytes.
+ * Checks: pStream, pBlock, pBlockParam null (zepStatusNullPtr). */
+ZEPVC_API ZepStatus zepiHuffmanDecodeSegment_DV_8u16s(const Zep8u* pStream, const Zep32s* pScanTables,
+                                                      const Zep32u* pHuffTable, Zep16s* pBlock, Zep32u* pBlockParam);
+ZEPVC_API ZepStatus zepiHuffmanDecodeSegment_DV100_8u16s(const Zep8u* pStream, const Zep32s* pScanTables,
+                                                         const Zep32u* pHuffTable, Zep16s* pBlock,
+                                                         Zep32u* pBlockParam);
+/* A single pass for previews: every block decoded from its own area only (no overflow followed);
+ * with dcOnly non-zero, only the DC coefficients and the parameters. */
+ZEPVC_API ZepStatus zepiHuffmanDecodeSegmentOnePass_DV_8u16s(const Zep8u* pStream, const Zep32s* pScanTables,
+                                                             const Zep32u* pHuffTable, Zep16s* pBlock,
+                                                             Zep32u* pBlockParam, Zep32s dcOnly);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_DV_H */
