@@ -14,7 +14,8 @@ ZEPVC_EXTERN_C_BEGIN
  * [-2^(bits + 3), 2^(bits + 3) - 1]. Checks: null pointers (zepStatusNullPtr), a spec without the
  * mark of its kind (zepStatusContextMismatch), QP outside its range (zepStatusQPErr); H.263: null
  * pCoef, QP outside 1..31, a negative indxLastNonZero (zepStatusOutOfRange). A failing check
- * leaves the block untouched.
+ * leaves the block untouched. The mark sits at the end of each record, so a spec passed to a
+ * function of another kind must still span the size that kind's GetSize reports.
  * indxLastNonZero: the inverse quantisers treat row-major positions 0..indxLastNonZero (pass 63
  * for the whole block). blockType: 0 luminance, else chrominance (the intra DC scaler).
  * Rounding where the formats leave it open, as the reference encoders do: intra AC with a matrix
