@@ -224,8 +224,9 @@ ZEPVC_API ZepStatus zepiInitAllocHuffmanTable_DV_32u(const Zep32u* pSrcTable1, c
                                                      Zep32u** ppHuffTable) {
     ZEP_CHECK_PTRS(pSrcTable1, pSrcTable2, ppHuffTable);
     const int b1 = table_width(pSrcTable1), b2 = table_width(pSrcTable2);
-    const int64_t words = (int64_t{1} << b1) + (int64_t{1} << b2);
-    Zep32u* t = words * 4 > 0x7FFFFFFF ? nullptr : static_cast<Zep32u*>(alloc_bytes(static_cast<Zep32s>(words * 4)));
+    // Widths beyond 24 bits describe tables no allocation can hold.
+    const int64_t words = b1 > 24 || b2 > 24 ? 0 : (int64_t{1} << b1) + (int64_t{1} << b2);
+    Zep32u* t = words == 0 ? nullptr : static_cast<Zep32u*>(alloc_bytes(static_cast<Zep32s>(words * 4)));
     *ppHuffTable = t;
     if (t == nullptr) return zepStatusNoMemory;
     for (int64_t i = 0; i < words; ++i) t[i] = kNoCode;

@@ -129,6 +129,11 @@ TEST(DvTable, EntriesAndChecks) {
     ASSERT_EQ(zepiInitAllocHuffmanTable_DV_32u(empty.data(), empty.data(), &u), zepStatusOk);
     for (int i = 0; i < 32; ++i) EXPECT_EQ(u[i], 255u);
     zepiFreeHuffmanTable_DV_32u(u);
+    // A width no allocation can hold fails with a null result.
+    std::vector<Zep32u> huge = {40, 0, 0};
+    u = reinterpret_cast<Zep32u*>(0x1);
+    EXPECT_EQ(zepiInitAllocHuffmanTable_DV_32u(huge.data(), empty.data(), &u), zepStatusNoMemory);
+    EXPECT_EQ(u, nullptr);
     Zep32u* p = nullptr;
     EXPECT_TRUE(null_sweep(zepiInitAllocHuffmanTable_DV_32u, a.data(), a.data(), &p));
     EXPECT_EQ(zepiFreeHuffmanTable_DV_32u(nullptr), zepStatusNullPtr);
