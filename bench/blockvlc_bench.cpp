@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "../tests/mpeg2/code_tables.h"
+#include "../tests/mpeg2/huffman_build.h"
 #include "zepvc.h"
 
 namespace {
@@ -32,45 +32,6 @@ struct Bits {
     }
 };
 
-// A Huffman table from the standard's codes, kept for the process.
-Zep32s* table(bool runLevel, bool b15) {
-    std::vector<std::pair<std::string, std::vector<int>>> codes;
-    if (runLevel) {
-        const auto add = [&](const auto& tab) {
-            for (const auto& r : tab) {
-                if (r.run == -1) codes.push_back({r.code, {254, 0}});
-                else if (r.run == -2) codes.push_back({r.code, {255, 0}});
-                else if (r.run >= 0) {
-                    codes.push_back({std::string(r.code) + "0", {r.run, r.level}});
-                    codes.push_back({std::string(r.code) + "1", {r.run, -r.level}});
-                }
-            }
-        };
-        if (b15) add(mpeg2t::kB15);
-        else add(mpeg2t::kB14);
-    } else {
-        for (const auto& d : mpeg2t::kDcLuma) codes.push_back({d.code, {d.size}});
-    }
-    std::vector<Zep32s> desc = {0, 3, 8, 5, 4};
-    for (size_t len = 1; len <= 17; ++len) {
-        std::vector<Zep32s> recs;
-        int n = 0;
-        for (auto& [code, payload] : codes)
-            if (code.size() == len) {
-                recs.push_back(static_cast<Zep32s>(std::stoul(code, nullptr, 2)));
-                recs.insert(recs.end(), payload.begin(), payload.end());
-                ++n;
-            }
-        desc.push_back(n);
-        desc.insert(desc.end(), recs.begin(), recs.end());
-    }
-    desc.push_back(-1);
-    Zep32s* t = nullptr;
-    if (runLevel) zepiHuffmanRunLevelTableInitAlloc_32s(desc.data(), &t);
-    else zepiHuffmanTableInitAlloc_32s(desc.data(), &t);
-    return t;
-}
-
 std::string code(const mpeg2t::RlCode* tab, size_t n, int run, int level) {
     for (size_t i = 0; i < n; ++i)
         if (tab[i].run == run && tab[i].level == (level < 0 ? -level : level)) return std::string(tab[i].code) + (level < 0 ? "1" : "0");
@@ -82,9 +43,9 @@ constexpr int kRuns[10] = {0, 0, 1, 0, 2, 0, 1, 3, 0, 5};
 constexpr int kLevels[10] = {5, -3, 2, 1, -1, 2, -1, 1, 1, -1};
 
 Case mpeg2(bool intra, bool b15) {
-    static Zep32s* dcTab = table(false, false);
-    static Zep32s* b14 = table(true, false);
-    static Zep32s* b15t = table(true, true);
+    static Zep32s* dcTab = mpeg2t::build_dc_table(mpeg2t::kDcLuma);
+    static Zep32s* b14 = mpeg2t::build_ac_table(mpeg2t::kB14);
+    static Zep32s* b15t = mpeg2t::build_ac_table(mpeg2t::kB15);
     Bits b;
     const auto* tab = b15 ? mpeg2t::kB15 : mpeg2t::kB14;
     const size_t n = b15 ? std::size(mpeg2t::kB15) : std::size(mpeg2t::kB14);

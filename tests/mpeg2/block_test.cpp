@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "code_tables.h"
+#include "huffman_build.h"
 #include "harness/harness.h"
 #include "harness/null_sweep.h"
 #include "zepvc.h"
@@ -26,51 +26,19 @@ struct Table {
     ~Table() { zepiHuffmanTableFree_32s(t); }
 };
 
-// Description: ignored word, levels, level bits, then codes grouped by length.
-std::vector<Zep32s> describe(const std::vector<std::pair<std::string, std::vector<int>>>& codes,
-                             std::vector<int> levels) {
-    std::vector<Zep32s> d = {0, static_cast<Zep32s>(levels.size())};
-    d.insert(d.end(), levels.begin(), levels.end());
-    size_t maxLen = 0;
-    for (auto& c : codes) maxLen = std::max(maxLen, c.first.size());
-    for (size_t len = 1; len <= maxLen; ++len) {
-        std::vector<Zep32s> recs;
-        int n = 0;
-        for (auto& [code, payload] : codes)
-            if (code.size() == len) {
-                recs.push_back(static_cast<Zep32s>(std::stoul(code, nullptr, 2)));
-                recs.insert(recs.end(), payload.begin(), payload.end());
-                ++n;
-            }
-        d.push_back(n);
-        d.insert(d.end(), recs.begin(), recs.end());
-    }
-    d.push_back(-1);
-    return d;
-}
-
 template <size_t N>
 std::unique_ptr<Table> ac_table(const RlCode (&codes)[N]) {
-    std::vector<std::pair<std::string, std::vector<int>>> c;
-    for (const RlCode& r : codes) {
-        if (r.run == -1) c.push_back({r.code, {254, 0}});
-        else if (r.run == -2) c.push_back({r.code, {255, 0}});
-        else if (r.run >= 0) {
-            c.push_back({std::string(r.code) + "0", {r.run, r.level}});
-            c.push_back({std::string(r.code) + "1", {r.run, -r.level}});
-        }
-    }
     auto t = std::make_unique<Table>();
-    EXPECT_EQ(zepiHuffmanRunLevelTableInitAlloc_32s(describe(c, {8, 5, 4}).data(), &t->t), zepStatusOk);
+    t->t = build_ac_table(codes);
+    EXPECT_NE(t->t, nullptr);
     return t;
 }
 
 template <size_t N>
 std::unique_ptr<Table> dc_table(const DcCode (&codes)[N]) {
-    std::vector<std::pair<std::string, std::vector<int>>> c;
-    for (const DcCode& d : codes) c.push_back({d.code, {d.size}});
     auto t = std::make_unique<Table>();
-    EXPECT_EQ(zepiHuffmanTableInitAlloc_32s(describe(c, {5, 5}).data(), &t->t), zepStatusOk);
+    t->t = build_dc_table(codes);
+    EXPECT_NE(t->t, nullptr);
     return t;
 }
 

@@ -56,48 +56,15 @@ inline void fdct_pass(__m128i (&v)[8]) {
     for (int k = 0; k < 8; k += 2) pack2(out[k], out[k + 1], v[k], v[k + 1]);
 }
 
-template <bool Transposed, DctOut Out>
-void idct(const Zep16s* src, void* dst, Zep32s dstStep) {
-    __m128i v[8];
-    for (int i = 0; i < 8; ++i) v[i] = load(src + 8 * i);
-    if constexpr (!Transposed) transpose8x8(v);
-    idct_pass<kDctShift1>(v);
-    transpose8x8(v);
-    idct_pass<kDctShift2>(v);
-    store_rows<Out>(v, dst, dstStep);
-}
-
-inline void fdct_regs(__m128i (&v)[8], Zep16s* dst) {
-    transpose8x8(v);
-    fdct_pass<kDctShift1>(v);
-    transpose8x8(v);
-    fdct_pass<kDctShift2>(v);
-    store_rows<DctOut::Coeff16s>(v, dst, 8);
-}
-
-void fdct(const Zep16s* src, Zep16s* dst) {
-    __m128i v[8];
-    for (int i = 0; i < 8; ++i) v[i] = load(src + 8 * i);
-    fdct_regs(v, dst);
-}
-
-void fdct_8u(const Zep8u* src, Zep32s srcStep, Zep16s* dst) {
-    __m128i v[8];
-    load_8u(src, srcStep, v);
-    fdct_regs(v, dst);
-}
+struct Passes {
+    template <int Shift>
+    static void inv(__m128i (&v)[8]) { idct_pass<Shift>(v); }
+    template <int Shift>
+    static void fwd(__m128i (&v)[8]) { fdct_pass<Shift>(v); }
+};
 
 }  // namespace
 
-void dct_install_avx2(DctDsp& t) {
-    t.inv[0][0] = idct<false, DctOut::Coeff16s>;
-    t.inv[0][1] = idct<false, DctOut::Clamp8u>;
-    t.inv[0][2] = idct<false, DctOut::Add8u>;
-    t.inv[1][0] = idct<true, DctOut::Coeff16s>;
-    t.inv[1][1] = idct<true, DctOut::Clamp8u>;
-    t.inv[1][2] = idct<true, DctOut::Add8u>;
-    t.fwd = fdct;
-    t.fwd8u = fdct_8u;
-}
+void dct_install_avx2(DctDsp& t) { install<Passes>(t); }
 
 }  // namespace zep

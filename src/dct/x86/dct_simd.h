@@ -73,6 +73,56 @@ inline void load_8u(const Zep8u* src, Zep32s srcStep, __m128i (&v)[8]) {
                                  _mm_setzero_si128());
 }
 
+// The block-level kernels around a level's two 1-D passes (P::inv<Shift> and
+// P::fwd<Shift> on eight registers), and their installation.
+template <class P, bool Transposed, DctOut Out>
+void idct(const Zep16s* src, void* dst, Zep32s dstStep) {
+    __m128i v[8];
+    for (int i = 0; i < 8; ++i) v[i] = load(src + 8 * i);
+    // The first pass runs along the rows: it wants column k in register k,
+    // which is what a column-major block already is.
+    if constexpr (!Transposed) transpose8x8(v);
+    P::template inv<kDctShift1>(v);
+    transpose8x8(v);
+    P::template inv<kDctShift2>(v);
+    store_rows<Out>(v, dst, dstStep);
+}
+
+template <class P>
+inline void fdct_regs(__m128i (&v)[8], Zep16s* dst) {
+    transpose8x8(v);
+    P::template fwd<kDctShift1>(v);
+    transpose8x8(v);
+    P::template fwd<kDctShift2>(v);
+    store_rows<DctOut::Coeff16s>(v, dst, 8);
+}
+
+template <class P>
+void fdct(const Zep16s* src, Zep16s* dst) {
+    __m128i v[8];
+    for (int i = 0; i < 8; ++i) v[i] = load(src + 8 * i);
+    fdct_regs<P>(v, dst);
+}
+
+template <class P>
+void fdct_8u(const Zep8u* src, Zep32s srcStep, Zep16s* dst) {
+    __m128i v[8];
+    load_8u(src, srcStep, v);
+    fdct_regs<P>(v, dst);
+}
+
+template <class P>
+void install(DctDsp& t) {
+    t.inv[0][0] = idct<P, false, DctOut::Coeff16s>;
+    t.inv[0][1] = idct<P, false, DctOut::Clamp8u>;
+    t.inv[0][2] = idct<P, false, DctOut::Add8u>;
+    t.inv[1][0] = idct<P, true, DctOut::Coeff16s>;
+    t.inv[1][1] = idct<P, true, DctOut::Clamp8u>;
+    t.inv[1][2] = idct<P, true, DctOut::Add8u>;
+    t.fwd = fdct<P>;
+    t.fwd8u = fdct_8u<P>;
+}
+
 }  // namespace
 }  // namespace dct_x86
 }  // namespace zep
