@@ -58,6 +58,53 @@ ZEPVC_API ZepStatus zepiQuantInvIntra_H263_16s_C1I(Zep16s* pCoef, Zep32s indxLas
 ZEPVC_API ZepStatus zepiQuantInvInter_H263_16s_C1I(Zep16s* pCoef, Zep32s indxLastNonZero, Zep32s QP,
                                                    Zep32s modQuantFlag);
 
+/* ---- Coefficient decoding (byte stream) ----
+ * Position: *ppBitStream the byte holding the next bit, *pBitOffset the bits of it already used
+ * (0..7, from the most significant). Each function decodes one block, advances past the bits it
+ * consumed on success and leaves the position as it was on failure; it reads at most the two
+ * bytes that follow the byte holding the last bit it consumed. pCoef: 64 16s, row-major, cleared
+ * first (the H.263 intra block without Annex I keeps its entry 0, the INTRADC); values go to
+ * pCoef[scan[i]] for scan position i. scan: 0 zig-zag, 1 alternate-vertical, 2 alternate-
+ * horizontal (intra only), other values no scan (pCoef[i]); H.261: -1 no scan, else zig-zag.
+ * *pIndxLastNonZero: the last scan position written (the start position, -1 or 0, when none).
+ * Checks: null pointers (zepStatusNullPtr), *pBitOffset outside 0..7 (zepStatusBitOffsetErr),
+ * then for the Reconstruct forms QP outside 1..31 (zepStatusQPErr). Invalid codes, forbidden
+ * escape levels and positions past 63 give zepStatusVLCErr. */
+/* INTRADC, 8 bits: 0 and 128 invalid, 255 gives 128. */
+ZEPVC_API ZepStatus zepiDecodeDCIntra_H263_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16u* pDC);
+/* dct_dc_size (luminance table for blockType 0, else chrominance) and the differential; sizes
+ * above 12 and a zero marker bit after sizes above 8 are invalid. */
+ZEPVC_API ZepStatus zepiDecodeDCIntra_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pDC,
+                                                  Zep32s blockType);
+/* H.263 TCOEF codes (Annex I INTRA table and every coefficient with advIntraFlag); the escape
+ * 0000011 + last + 6-bit run + 8-bit level, -128 announcing the Annex T 11-bit level with
+ * modQuantFlag (5 low bits, then 6 signed high bits). */
+ZEPVC_API ZepStatus zepiDecodeCoeffsIntra_H263_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                     Zep32s* pIndxLastNonZero, Zep32s advIntraFlag, Zep32s modQuantFlag,
+                                                     Zep32s scan);
+ZEPVC_API ZepStatus zepiDecodeCoeffsInter_H263_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                     Zep32s* pIndxLastNonZero, Zep32s modQuantFlag, Zep32s scan);
+/* H.261: intra reads INTRADC (8 bits; 0 and 128 invalid with *pIndxLastNonZero -1) and stores it
+ * (128 for 255) at entry 0 after the AC, whatever they returned; inter's first code may be "1s"
+ * (run 0, level +-1); escape 000001 + 6-bit run + 8-bit level; end of block "10". */
+ZEPVC_API ZepStatus zepiDecodeCoeffsIntra_H261_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                     Zep32s* pIndxLastNonZero, Zep32s scan);
+ZEPVC_API ZepStatus zepiDecodeCoeffsInter_H261_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                     Zep32s* pIndxLastNonZero, Zep32s scan);
+/* Decode and inverse-quantise the H.263 way in one call (DC: INTRADC x 8, 1024 for 255). The
+ * H.263 intra form reads INTRADC itself unless advIntraFlag; with cbp 0 it writes only entry 0
+ * and sets *pIndxLastNonZero to 0, the other entries left as they were; scan is honoured with
+ * advIntraFlag only (zig-zag otherwise). */
+ZEPVC_API ZepStatus zepiReconstructCoeffsIntra_H263_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                          Zep32s* pIndxLastNonZero, Zep32s cbp, Zep32s QP,
+                                                          Zep32s advIntraFlag, Zep32s scan, Zep32s modQuantFlag);
+ZEPVC_API ZepStatus zepiReconstructCoeffsInter_H263_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                          Zep32s* pIndxLastNonZero, Zep32s QP, Zep32s modQuantFlag);
+ZEPVC_API ZepStatus zepiReconstructCoeffsIntra_H261_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                          Zep32s* pIndxLastNonZero, Zep32s QP);
+ZEPVC_API ZepStatus zepiReconstructCoeffsInter_H261_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                          Zep32s* pIndxLastNonZero, Zep32s QP);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_MPEG4_H */
