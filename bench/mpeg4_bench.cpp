@@ -1,9 +1,14 @@
-// Benchmarks of the MPEG-4 / H.263 inverse quantisation of an 8x8 block.
+// Benchmarks of the MPEG-4 / H.263 inverse quantisation of an 8x8 block and
+// of the coefficient decoders on a typical block.
 #include "bench.h"
 
+#include <cstdlib>
+#include <string>
 #include <vector>
 
+#include "../tests/mpeg4/vlc_codes.h"
 #include "mpeg4/quant_dsp.h"
+#include "zepvc.h"
 
 namespace {
 
@@ -25,5 +30,47 @@ zb::Case inv(zep::Isa level, int kind) {
 
 const zb::Register q0("mpeg4", "QuantInv H.263 8x8", [](zep::Isa l) { return inv(l, 0); });
 const zb::Register q1("mpeg4", "QuantInv MPEG-4 matrix 8x8", [](zep::Isa l) { return inv(l, 1); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- coefficient decoding
+
+namespace {
+
+// A typical block: ten (run, level) events, the last one marked last; codes
+// from the given table with their signs.
+template <size_t N>
+std::shared_ptr<std::vector<Zep8u>> typical_block(const mpeg4t::Tcoef (&table)[N]) {
+    const int runs[10] = {0, 0, 1, 0, 2, 0, 1, 3, 0, 4}, levels[10] = {3, -2, 1, 1, -1, 2, -1, 1, 1, -1};
+    std::string bits;
+    for (int i = 0; i < 10; ++i)
+        for (const auto& c : table)
+            if (c.last == (i == 9) && c.run == runs[i] && c.level == std::abs(levels[i])) {
+                bits += std::string(c.code) + (levels[i] < 0 ? "1" : "0");
+                break;
+            }
+    auto bytes = std::make_shared<std::vector<Zep8u>>(bits.size() / 8 + 8, 0);
+    for (size_t i = 0; i < bits.size(); ++i)
+        if (bits[i] == '1') (*bytes)[i / 8] |= static_cast<Zep8u>(0x80 >> (i % 8));
+    return bytes;
+}
+
+zb::Case decode(int kind) {
+    auto bytes = kind == 0 ? typical_block(mpeg4t::kMpeg4Intra) : typical_block(mpeg4t::kMpeg4Inter);
+    auto coef = std::make_shared<std::vector<Zep16s>>(64);
+    auto run = [=] {
+        Zep8u* p = bytes->data();
+        Zep32s off = 0, last = 0;
+        if (kind == 0) return zepiDecodeCoeffsIntra_MPEG4_1u16s(&p, &off, coef->data(), &last, 0, 1, 0);
+        if (kind == 1) return zepiDecodeCoeffsInter_MPEG4_1u16s(&p, &off, coef->data(), &last, 0, 0);
+        return zepiDecodeCoeffsInter_H263_1u16s(&p, &off, coef->data(), &last, 0, 0);
+    };
+    if (run() != zepStatusOk) std::abort();  // the benchmark's block must decode
+    return {[=] { run(); }, [=] { return zb::hash_bytes(coef->data(), 128); }};
+}
+
+const zb::Register v0("mpeg4", "Decode MPEG-4 intra block (10 coefficients)", [](zep::Isa) { return decode(0); });
+const zb::Register v1("mpeg4", "Decode MPEG-4 inter block (10 coefficients)", [](zep::Isa) { return decode(1); });
+const zb::Register v2("mpeg4", "Decode H.263 inter block (10 coefficients)", [](zep::Isa) { return decode(2); });
 
 }  // namespace

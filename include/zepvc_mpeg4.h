@@ -105,6 +105,32 @@ ZEPVC_API ZepStatus zepiReconstructCoeffsIntra_H261_1u16s(Zep8u** ppBitStream, Z
 ZEPVC_API ZepStatus zepiReconstructCoeffsInter_H261_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
                                                           Zep32s* pIndxLastNonZero, Zep32s QP);
 
+/* MPEG-4 TCOEF codes (intra and inter tables) with the three escapes (LMAX level offset, RMAX run
+ * offset, 30-bit fixed length), or with rvlcFlag the reversible codes read forward (escape
+ * 00001 ... 0000s). Intra with dcDecodedFlag keeps entry 0 and starts after it; the intra and
+ * reversible forms write the start position to *pIndxLastNonZero first; a position reaching
+ * 64 fails with that position there. */
+ZEPVC_API ZepStatus zepiDecodeCoeffsIntra_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                      Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s dcDecodedFlag,
+                                                      Zep32s scan);
+ZEPVC_API ZepStatus zepiDecodeCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                      Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s scan);
+/* Reversible codes read backward, to recover the blocks after a damaged spot of a partition: the
+ * position passed is the last bit of the block (bit *pBitOffset of **ppBitStream), the first
+ * code read must be a last one, decoding stops at the preceding block's last code and leaves the
+ * position on its last bit, so calls chain from a partition's end toward its start. Values are
+ * left in scan order (no scan), *pIndxLastNonZero the last one's position. */
+ZEPVC_API ZepStatus zepiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                              Zep32s* pIndxLastNonZero, Zep32s dcDecodedFlag);
+ZEPVC_API ZepStatus zepiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                              Zep32s* pIndxLastNonZero);
+/* Inter decode (scan 1 alternate-vertical, else zig-zag) and inverse quantisation with the
+ * inverse-inter spec; without rvlcFlag the spec and QP are checked before decoding, with it
+ * after (as zepiQuantInvInter_MPEG4_16s_C1I on the decoded block). */
+ZEPVC_API ZepStatus zepiReconstructCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
+                                                           Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s scan,
+                                                           const void* pQuantInvInterSpec, Zep32s QP);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_MPEG4_H */

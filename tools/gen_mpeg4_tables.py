@@ -9,6 +9,8 @@ entry = last | (run + 1) << 8 | level << 16 | length-with-sign << 24.
 H.261, 14 peeked bits (escape 000001 first): v >= 2560 at v >> 9, 512 <= v < 2560
 at v >> 6, 32 <= v < 512 at v >> 1; entry = (run + 1) | level << 8 | length << 16,
 the end of block with run + 1 = 200 (past any position).
+MPEG-4 VLC (12 bits) and RVLC (8 + 7 bits, forward and with the codes reversed
+for backward reading), and LMAX / RMAX + 1, are described where they are written.
 Every peek value of a sub-table bucket must resolve to one entry: checked here.
 
 usage: gen_mpeg4_tables.py TABLES_DIR OUT_CPP
@@ -83,6 +85,68 @@ def main(tables, path):
                     subs[k][i] = v
     for k, sub in enumerate(subs):
         emit(out, f'kH261Sub{k}', sub)
+    out.append('')
+    # MPEG-4 VLC: 12 peeked bits; v >= 512 at (v >> 5) - 16, 128 <= v < 512 at
+    # (v >> 2) - 32, 8 <= v < 128 at v; entry = last | run << 8 | level << 16 |
+    # length-without-sign << 24, level 255 for the escape.
+    mp4_regions = [(512, 4096, 5, 16, 112), (128, 512, 2, 32, 96), (8, 128, 0, 0, 128)]
+    for name, fn in (('kMpeg4Intra', 'mpeg4_tcoef_intra.csv'), ('kMpeg4Inter', 'mpeg4_tcoef_inter.csv')):
+        codes = []
+        for r in csv.DictReader(open(f'{tables}/{fn}')):
+            if r['kind'] == 'normal':
+                codes.append((r['code'], int(r['last']), int(r['run']), int(r['level'])))
+            else:
+                codes.append((r['code'], 0, 0, 255))
+        subs = pack(codes, 12, mp4_regions,
+                    lambda n, s, last, run, level: last | (run << 8) | (level << 16) | (n << 24), with_sign=False)
+        for k, sub in enumerate(subs):
+            emit(out, f'{name}Sub{k}', sub)
+        out.append('')
+    # RVLC, forward and backward (codes reversed): a 256-entry first level of
+    # leaves (last | run << 8 | level << 16 | length << 24) or links
+    # (0x80000000 | second-level table number), 128-entry second levels by the
+    # next 7 bits; 0 is an invalid code. Intra and inter meanings share codes.
+    rvlc = [r for r in csv.DictReader(open(f'{tables}/mpeg4_rvlc.csv')) if r['kind'] == 'normal']
+    for direction in ('Fwd', 'Back'):
+        for kind in ('intra', 'inter'):
+            first = [0] * 256
+            seconds = []
+            for r in rvlc:
+                code = r['code'] if direction == 'Fwd' else r['code'][::-1]
+                n = len(code)
+                assert n <= 15
+                leaf = int(r[f'{kind}_last']) | (int(r[f'{kind}_run']) << 8) | (int(r[f'{kind}_level']) << 16) | (n << 24)
+                if n <= 8:
+                    base = int(code, 2) << (8 - n)
+                    for v in range(base, base + (1 << (8 - n))):
+                        assert first[v] == 0
+                        first[v] = leaf
+                else:
+                    top = int(code[:8], 2)
+                    if first[top] == 0:
+                        seconds.append([0] * 128)
+                        first[top] = 0x80000000 | (len(seconds) - 1)
+                    assert first[top] & 0x80000000
+                    sub = seconds[first[top] & 0xFFFF]
+                    rest = code[8:]
+                    base = int(rest, 2) << (7 - len(rest))
+                    for v in range(base, base + (1 << (7 - len(rest)))):
+                        assert sub[v] == 0
+                        sub[v] = leaf
+            name = f'kRvlc{direction}{kind.capitalize()}'
+            emit(out, f'{name}First', first)
+            flat = [v for t in seconds for v in t]
+            emit(out, f'{name}Second', flat)
+            out.append('')
+    # LMAX by (last, run) and RMAX + 1 by (last, level), per block class.
+    lr = {}
+    for r in csv.DictReader(open(f'{tables}/mpeg4_lmax_rmax.csv')):
+        lr[(r['kind'], r['table'], int(r['last']), int(r['index']))] = int(r['value'])
+    for kind in ('intra', 'inter'):
+        lmax = [lr.get((kind, 'LMAX', last, run), 0) for last in (0, 1) for run in range(64)]
+        rmax = [0 if level == 0 else lr.get((kind, 'RMAX', last, level), -1) + 1 for last in (0, 1) for level in range(64)]
+        emit(out, f'kLmax{kind.capitalize()}', lmax)
+        emit(out, f'kRmax{kind.capitalize()}', rmax)
     out += ['', '}  // namespace zep::mpeg4', '']
     open(path, 'w').write('\n'.join(out))
 

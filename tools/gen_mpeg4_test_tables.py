@@ -28,6 +28,29 @@ def main(tables, path):
         level = int(r['level']) if r['level'] else 0
         out.append(f'    {{{run}, {level}, "{r["code"]}"}},')
     out.append('};')
+    for name, fn in (('kMpeg4Intra', 'mpeg4_tcoef_intra.csv'), ('kMpeg4Inter', 'mpeg4_tcoef_inter.csv')):
+        out.append(f'inline constexpr Tcoef {name}[] = {{')
+        for r in csv.DictReader(open(f'{tables}/{fn}')):
+            if r['kind'] == 'normal':
+                out.append(f'    {{{r["last"]}, {r["run"]}, {r["level"]}, "{r["code"]}"}},')
+        out.append('};')
+    out.append('struct Rvlc {')
+    out.append('    int intraLast, intraRun, intraLevel, interLast, interRun, interLevel;')
+    out.append('    const char* code;')
+    out.append('};')
+    out.append('inline constexpr Rvlc kRvlc[] = {')
+    for r in csv.DictReader(open(f'{tables}/mpeg4_rvlc.csv')):
+        if r['kind'] == 'normal':
+            vals = ', '.join(r[k] for k in ('intra_last', 'intra_run', 'intra_level', 'inter_last', 'inter_run', 'inter_level'))
+            out.append(f'    {{{vals}, "{r["code"]}"}},')
+    out.append('};')
+    out.append('struct Limit {')
+    out.append('    int intra, lmax, last, index, value;  // lmax 1: LMAX by run, 0: RMAX by level')
+    out.append('};')
+    out.append('inline constexpr Limit kLimits[] = {')
+    for r in csv.DictReader(open(f'{tables}/mpeg4_lmax_rmax.csv')):
+        out.append(f'    {{{int(r["kind"] == "intra")}, {int(r["table"] == "LMAX")}, {r["last"]}, {r["index"]}, {r["value"]}}},')
+    out.append('};')
     rows = list(csv.DictReader(open(f'{tables}/mpeg4_dc_size.csv')))
     for comp in ('luma', 'chroma'):
         out.append(f'inline constexpr DcSize kDc{comp.capitalize()}[] = {{')

@@ -355,6 +355,22 @@ TEST(IntraDc, Mpeg4SizesAndDifferentialsAndH263Codes) {
     }
 }
 
+// H.263 intra Reconstruct with cbp 0: the DC only, every other entry as the caller left it.
+TEST(H263Vlc, ReconstructIntraWithoutCodedAcTouchesOnlyTheDc) {
+    for (int code : {1, 77, 254, 255}) {
+        Zep8u bytes[6] = {static_cast<Zep8u>(code), 0xFF, 0xFF, 0xFF, 0, 0};
+        Zep8u* p = bytes;
+        Zep32s off = 0, last = -7;
+        std::vector<Zep16s> coef(64);
+        for (int i = 0; i < 64; ++i) coef[static_cast<size_t>(i)] = static_cast<Zep16s>(1000 + i);
+        ASSERT_EQ(zepiReconstructCoeffsIntra_H263_1u16s(&p, &off, coef.data(), &last, 0, 7, 0, 0, 0), zepStatusOk);
+        EXPECT_EQ(coef[0], code == 255 ? 1024 : code * 8);
+        for (int i = 1; i < 64; ++i) ASSERT_EQ(coef[static_cast<size_t>(i)], 1000 + i);
+        EXPECT_EQ(last, 0);
+        EXPECT_EQ(p, bytes + 1);
+    }
+}
+
 // Random bytes: success or the decoding error, the position untouched on error.
 TEST(Vlc, CorruptStreamsFailInPlace) {
     Rng rng(157);
