@@ -58,6 +58,36 @@ ZEPVC_API ZepStatus zepiReconstructDCTBlock_MPEG1_32s(Zep32u** ppBitStream, Zep3
                                                       const Zep32s* pACTable, const Zep32s* pScanMatrix, Zep16s QP,
                                                       const Zep16s* pQPMatrix, Zep16s* pDstBlock, Zep32s* pDstSize);
 
+/* ---- Encoder half: quantisation and run-level encoding ----
+ * Quantisers in place, the reference encoders' rounding: intra AC (32|c| + W/2) / W, then
+ * (x + (3 QP + 2) / 4) / (2 QP); non-intra (32|c| + W/2) / W / (2 QP); levels at most 2047, with the
+ * sign of c; intra DC (c + 2^(shiftDCVal - 1)) >> shiftDCVal (shiftDCVal 0..3 as in the decoder).
+ * pQPMatrix (row-major 16s weights) may be null: every weight 16. *pCountNonZero: the non-zero
+ * levels. Checks: pSrcDst or pCountNonZero null (zepStatusNullPtr), QP 0 or a zero weight
+ * (zepStatusDivByZero), QP outside 1..112 (zepStatusOutOfRange). */
+ZEPVC_API ZepStatus zepiQuantIntra_MPEG2_16s_C1I(Zep16s* pSrcDst, Zep32s QP, const Zep16s* pQPMatrix,
+                                                 Zep32s shiftDCVal, Zep32s* pCountNonZero);
+ZEPVC_API ZepStatus zepiQuant_MPEG2_16s_C1I(Zep16s* pSrcDst, Zep32s QP, const Zep16s* pQPMatrix,
+                                            Zep32s* pCountNonZero);
+/* The encoder's table from the same run-level description the decoder's table is built from
+ * (zepiHuffmanRunLevelTableInitAlloc_32s: codes with their sign bit, end of block run 254, escape
+ * run 255); pairs with levels outside -64..63 are left to the escape. Freed with
+ * zepiHuffmanTableFree_32s. zepStatusBitstreamErr when the description has no end of block or no
+ * escape. */
+ZEPVC_API ZepStatus zepiCreateRLEncodeTable(const Zep32s* pSrcTable, Zep32s** ppDstSpec);
+/* Write one block's codes to a word stream (pointer to the current 32-bit word, index 31..0 of
+ * the next bit to write; bits above it are kept, the rest of the word is rewritten as bits
+ * arrive). Levels in scan order through pScanMatrix; pairs without a code as the MPEG-2 escape
+ * (6-bit run, 12-bit level); end of block. Intra: the DC differential against *pDCPred (then
+ * updated) with pDCSizeCodes[size] = (code << 8) | length for dct_dc_size 0..11. Non-intra: a
+ * first coefficient of run 0 and level +-1 as "1s"; a block without coefficients writes nothing.
+ * Levels outside -2047..2047 or a DC differential needing more than 11 bits give
+ * zepStatusOutOfRange with nothing written. */
+ZEPVC_API ZepStatus zepiPutIntraBlock(Zep32u** ppBitStream, Zep32s* pOffset, const Zep16s* pSrcBlock, Zep16s* pDCPred,
+                                      const Zep32s* pRLTable, const Zep32u* pDCSizeCodes, const Zep32s* pScanMatrix);
+ZEPVC_API ZepStatus zepiPutNonIntraBlock(Zep32u** ppBitStream, Zep32s* pOffset, const Zep16s* pSrcBlock,
+                                         const Zep32s* pRLTable, const Zep32s* pScanMatrix);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_MPEG2_H */
