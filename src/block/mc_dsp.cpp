@@ -49,8 +49,6 @@ void fill_mc(McFn (&t)[8], McBFn (&b)[32]) {
     });
 }
 
-ZEP_TABLE_INIT_PRIORITY const McDsp g_active = build_active_table(mc_init);
-
 }  // namespace
 
 void mc_init(McDsp& t, Isa level) {
@@ -106,6 +104,6 @@ void mc_init(McDsp& t, Isa level) {
         for (int rnd = 0; rnd < 2; ++rnd) t.add8x8Hp[acc * 2 + rnd] = t.mc8[kAccMode[acc] * 2 + rnd];
 }
 
-const McDsp& mc_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const McDsp g_mc_active = build_active_table(mc_init);
 
 }  // namespace zep

@@ -97,7 +97,8 @@ constexpr void fill_table(Fn (&t)[N], Make make) {
 }
 
 void mc_init(McDsp& t, Isa level);
-const McDsp& mc_dsp();
+extern const McDsp g_mc_active __attribute__((visibility("hidden")));
+inline const McDsp& mc_dsp() { return g_mc_active; }
 
 #if ZEPVC_HAVE_X86
 void mc_install_ssse3(McDsp& t);

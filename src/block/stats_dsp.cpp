@@ -9,7 +9,6 @@ namespace {
 template <class C>
 constexpr int idx = C::value;
 
-ZEP_TABLE_INIT_PRIORITY const StatsDsp g_active = build_active_table(stats_init);
 }  // namespace
 
 void stats_init(StatsDsp& t, Isa level) {
@@ -36,6 +35,6 @@ void stats_init(StatsDsp& t, Isa level) {
 #endif
 }
 
-const StatsDsp& stats_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const StatsDsp g_stats_active = build_active_table(stats_init);
 
 }  // namespace zep

@@ -38,7 +38,8 @@ struct StatsDsp {
 };
 
 void stats_init(StatsDsp& t, Isa level);
-const StatsDsp& stats_dsp();
+extern const StatsDsp g_stats_active __attribute__((visibility("hidden")));
+inline const StatsDsp& stats_dsp() { return g_stats_active; }
 
 #if ZEPVC_HAVE_X86
 void stats_install_ssse3(StatsDsp& t);

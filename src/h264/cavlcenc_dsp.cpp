@@ -4,10 +4,6 @@
 
 namespace zep {
 
-namespace {
-ZEP_TABLE_INIT_PRIORITY const CavlcEncDsp g_active = build_active_table(cavlcenc_init);
-}  // namespace
-
 void cavlcenc_init(CavlcEncDsp& t, Isa level) {
     t.block16 = ref::cavlc_block<Zep16s>;
     t.block32 = ref::cavlc_block<Zep32s>;
@@ -27,6 +23,6 @@ void cavlcenc_init(CavlcEncDsp& t, Isa level) {
 #endif
 }
 
-const CavlcEncDsp& cavlcenc_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const CavlcEncDsp g_cavlcenc_active = build_active_table(cavlcenc_init);
 
 }  // namespace zep

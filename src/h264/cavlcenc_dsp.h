@@ -26,7 +26,8 @@ struct CavlcEncDsp {
 };
 
 void cavlcenc_init(CavlcEncDsp& t, Isa level);
-const CavlcEncDsp& cavlcenc_dsp();
+extern const CavlcEncDsp g_cavlcenc_active __attribute__((visibility("hidden")));
+inline const CavlcEncDsp& cavlcenc_dsp() { return g_cavlcenc_active; }
 
 #if ZEPVC_HAVE_X86
 void cavlcenc_install_avx512(CavlcEncDsp& t);

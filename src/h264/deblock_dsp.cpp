@@ -4,10 +4,6 @@
 
 namespace zep {
 
-namespace {
-ZEP_TABLE_INIT_PRIORITY const DeblockDsp g_active = build_active_table(deblock_init);
-}  // namespace
-
 void deblock_init(DeblockDsp& t, Isa level) {
     t.luma8[0] = ref::deblock_luma_8u<true>;
     t.luma8[1] = ref::deblock_luma_8u<false>;
@@ -31,6 +27,6 @@ void deblock_init(DeblockDsp& t, Isa level) {
 #endif
 }
 
-const DeblockDsp& deblock_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const DeblockDsp g_deblock_active = build_active_table(deblock_init);
 
 }  // namespace zep

@@ -28,7 +28,8 @@ struct DeblockDsp {
 };
 
 void deblock_init(DeblockDsp& t, Isa level);
-const DeblockDsp& deblock_dsp();
+extern const DeblockDsp g_deblock_active __attribute__((visibility("hidden")));
+inline const DeblockDsp& deblock_dsp() { return g_deblock_active; }
 
 #if ZEPVC_HAVE_X86
 void deblock_install_ssse3(DeblockDsp& t);

@@ -4,10 +4,6 @@
 
 namespace zep {
 
-namespace {
-ZEP_TABLE_INIT_PRIORITY const FwdQuantDsp g_active = build_active_table(fwdquant_init);
-}  // namespace
-
 void fwdquant_init(FwdQuantDsp& t, Isa level) {
     t.fwd16 = ref::fwd4x4_16s;
     t.fwd32 = ref::fwd4x4_32s;
@@ -24,6 +20,6 @@ void fwdquant_init(FwdQuantDsp& t, Isa level) {
 #endif
 }
 
-const FwdQuantDsp& fwdquant_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const FwdQuantDsp g_fwdquant_active = build_active_table(fwdquant_init);
 
 }  // namespace zep

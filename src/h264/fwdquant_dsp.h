@@ -28,7 +28,8 @@ struct FwdQuantDsp {
 };
 
 void fwdquant_init(FwdQuantDsp& t, Isa level);
-const FwdQuantDsp& fwdquant_dsp();
+extern const FwdQuantDsp g_fwdquant_active __attribute__((visibility("hidden")));
+inline const FwdQuantDsp& fwdquant_dsp() { return g_fwdquant_active; }
 
 #if ZEPVC_HAVE_X86
 void fwdquant_install_ssse3(FwdQuantDsp& t);

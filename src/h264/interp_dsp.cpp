@@ -18,8 +18,6 @@ constexpr void fill_ref16(Interp16Fn (&t)[16], std::integer_sequence<int, P...>)
     ((t[P] = ref::interp_luma_16u<W, (P & 3), (P >> 2)>), ...);
 }
 
-ZEP_TABLE_INIT_PRIORITY const InterpDsp g_active = build_active_table(interp_init);
-
 }  // namespace
 
 void interp_init(InterpDsp& t, Isa level) {
@@ -51,6 +49,6 @@ void interp_init(InterpDsp& t, Isa level) {
     }
 }
 
-const InterpDsp& interp_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const InterpDsp g_interp_active = build_active_table(interp_init);
 
 }  // namespace zep

@@ -33,7 +33,8 @@ struct InterpDsp {
 constexpr int chroma_class(int width) { return width >> 2; }
 
 void interp_init(InterpDsp& t, Isa level);
-const InterpDsp& interp_dsp();
+extern const InterpDsp g_interp_active __attribute__((visibility("hidden")));
+inline const InterpDsp& interp_dsp() { return g_interp_active; }
 
 #if ZEPVC_HAVE_X86
 void interp_install_ssse3(InterpDsp& t);

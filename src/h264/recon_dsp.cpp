@@ -4,10 +4,6 @@
 
 namespace zep {
 
-namespace {
-ZEP_TABLE_INIT_PRIORITY const ReconDsp g_active = build_active_table(recon_init);
-}  // namespace
-
 void recon_init(ReconDsp& t, Isa level) {
     t.block = ref::recon_block;
     t.inter_mb = ref::recon_inter_mb;
@@ -20,6 +16,6 @@ void recon_init(ReconDsp& t, Isa level) {
 #endif
 }
 
-const ReconDsp& recon_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const ReconDsp g_recon_active = build_active_table(recon_init);
 
 }  // namespace zep

@@ -36,7 +36,8 @@ struct ReconDsp {
 };
 
 void recon_init(ReconDsp& t, Isa level);
-const ReconDsp& recon_dsp();
+extern const ReconDsp g_recon_active __attribute__((visibility("hidden")));
+inline const ReconDsp& recon_dsp() { return g_recon_active; }
 
 // Top-left sample of luma block k (block order: 8x8 quadrants, then 4x4 inside).
 inline constexpr int kBlockX[16] = {0, 4, 0, 4, 8, 12, 8, 12, 0, 4, 0, 4, 8, 12, 8, 12};

@@ -4,10 +4,6 @@
 
 namespace zep {
 
-namespace {
-ZEP_TABLE_INIT_PRIORITY const Weight16Dsp g_active = build_active_table(weight16_init);
-}  // namespace
-
 void weight16_init(Weight16Dsp& t, Isa level) {
     t.block[0] = ref::weight16_block<2>;
     t.block[1] = ref::weight16_block<4>;
@@ -21,6 +17,6 @@ void weight16_init(Weight16Dsp& t, Isa level) {
 #endif
 }
 
-const Weight16Dsp& weight16_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const Weight16Dsp g_weight16_active = build_active_table(weight16_init);
 
 }  // namespace zep

@@ -28,7 +28,8 @@ struct Weight16Dsp {
 };
 
 void weight16_init(Weight16Dsp& t, Isa level);
-const Weight16Dsp& weight16_dsp();
+extern const Weight16Dsp g_weight16_active __attribute__((visibility("hidden")));
+inline const Weight16Dsp& weight16_dsp() { return g_weight16_active; }
 
 #if ZEPVC_HAVE_X86
 void weight16_install_sse41(Weight16Dsp& t);

@@ -14,8 +14,6 @@ constexpr void fill_row(WeightFn* t) {
     t[3 * 4 + weight_class(H)] = ref::weight_block<16, H>;
 }
 
-ZEP_TABLE_INIT_PRIORITY const WeightDsp g_active = build_active_table(weight_init);
-
 }  // namespace
 
 void weight_init(WeightDsp& t, Isa level) {
@@ -32,6 +30,6 @@ void weight_init(WeightDsp& t, Isa level) {
 #endif
 }
 
-const WeightDsp& weight_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const WeightDsp g_weight_active = build_active_table(weight_init);
 
 }  // namespace zep

@@ -31,7 +31,8 @@ struct WeightDsp {
 };
 
 void weight_init(WeightDsp& t, Isa level);
-const WeightDsp& weight_dsp();
+extern const WeightDsp g_weight_active __attribute__((visibility("hidden")));
+inline const WeightDsp& weight_dsp() { return g_weight_active; }
 
 #if ZEPVC_HAVE_X86
 void weight_install_ssse3(WeightDsp& t);

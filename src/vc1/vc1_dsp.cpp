@@ -44,8 +44,6 @@ constexpr void fill_quant(Vc1Dsp& t) {
     t.quant_inv_inter[NonUniform][3] = vc1_ref_quant_inv<8, 8, NonUniform, false>;
 }
 
-ZEP_TABLE_INIT_PRIORITY const Vc1Dsp g_active = build_active_table(vc1_init);
-
 }  // namespace
 
 void vc1_init(Vc1Dsp& t, Isa level) {
@@ -83,6 +81,6 @@ void vc1_init(Vc1Dsp& t, Isa level) {
 #endif
 }
 
-const Vc1Dsp& vc1_dsp() { return g_active; }
+ZEP_TABLE_INIT_PRIORITY const Vc1Dsp g_vc1_active = build_active_table(vc1_init);
 
 }  // namespace zep

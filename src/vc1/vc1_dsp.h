@@ -83,7 +83,8 @@ struct Vc1Dsp {
 void vc1_init(Vc1Dsp& t, Isa level);
 
 // The table the entry points use.
-const Vc1Dsp& vc1_dsp();
+extern const Vc1Dsp g_vc1_active __attribute__((visibility("hidden")));
+inline const Vc1Dsp& vc1_dsp() { return g_vc1_active; }
 
 #if ZEPVC_HAVE_X86
 void vc1_install_ssse3(Vc1Dsp& t);
