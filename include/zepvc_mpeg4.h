@@ -119,7 +119,8 @@ ZEPVC_API ZepStatus zepiDecodeCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, Zep32
  * position passed is the last bit of the block (bit *pBitOffset of **ppBitStream), the first
  * code read must be a last one, decoding stops at the preceding block's last code and leaves the
  * position on its last bit, so calls chain from a partition's end toward its start. Values are
- * left in scan order (no scan), *pIndxLastNonZero the last one's position. */
+ * left in scan order (no scan), *pIndxLastNonZero the last one's position. A lookup may peek up
+ * to 16 bits beyond the code it reads, so two bytes before a partition's start must be readable. */
 ZEPVC_API ZepStatus zepiDecodeCoeffsIntraRVLCBack_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,
                                                               Zep32s* pIndxLastNonZero, Zep32s dcDecodedFlag);
 ZEPVC_API ZepStatus zepiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(Zep8u** ppBitStream, Zep32s* pBitOffset, Zep16s* pCoef,

@@ -53,9 +53,18 @@ struct Result {
 
 Zep32u h263_lookup(uint32_t v, bool adv) {
     using namespace mpeg4;
-    if (v >= 1024) return (adv ? kH263AdvIntraSub0 : kH263Sub0)[(v >> 6) - 16];
-    if (v >= 256) return (adv ? kH263AdvIntraSub1 : kH263Sub1)[(v >> 3) - 32];
-    if (v >= 16) return (adv ? kH263AdvIntraSub2 : kH263Sub2)[(v >> 1) - 8];
+    if (v >= 1024) {
+        const Zep32u* t = adv ? kH263AdvIntraSub0 : kH263Sub0;
+        return t[(v >> 6) - 16];
+    }
+    if (v >= 256) {
+        const Zep32u* t = adv ? kH263AdvIntraSub1 : kH263Sub1;
+        return t[(v >> 3) - 32];
+    }
+    if (v >= 16) {
+        const Zep32u* t = adv ? kH263AdvIntraSub2 : kH263Sub2;
+        return t[(v >> 1) - 8];
+    }
     return 0;
 }
 

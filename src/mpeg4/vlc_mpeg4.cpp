@@ -31,9 +31,18 @@ struct Event {
 
 Zep32u vlc_lookup(uint32_t v, bool intra) {
     using namespace mpeg4;
-    if (v >= 512) return (intra ? kMpeg4IntraSub0 : kMpeg4InterSub0)[(v >> 5) - 16];
-    if (v >= 128) return (intra ? kMpeg4IntraSub1 : kMpeg4InterSub1)[(v >> 2) - 32];
-    if (v >= 8) return (intra ? kMpeg4IntraSub2 : kMpeg4InterSub2)[v];
+    if (v >= 512) {
+        const Zep32u* t = intra ? kMpeg4IntraSub0 : kMpeg4InterSub0;
+        return t[(v >> 5) - 16];
+    }
+    if (v >= 128) {
+        const Zep32u* t = intra ? kMpeg4IntraSub1 : kMpeg4InterSub1;
+        return t[(v >> 2) - 32];
+    }
+    if (v >= 8) {
+        const Zep32u* t = intra ? kMpeg4IntraSub2 : kMpeg4InterSub2;
+        return t[v];
+    }
     return 0;
 }
 

@@ -223,8 +223,10 @@ TEST(Mpeg4Rvlc, BackwardCallsChainFromThePartitionEnd) {
             for (const Ev& e : blocks.back()) put_rvlc(b, intra, e);
             ends.push_back(b.s.size() - 1);
         }
-        const int lead = rng.range(0, 7);
+        // Four bytes of noise in front: reading backward, a lookup peeks past the code it stops at.
+        const int lead = 32 + rng.range(0, 7);
         std::vector<Zep8u> bytes = b.bytes(lead, rng);
+        for (int i = 0; i < 4; ++i) bytes[static_cast<size_t>(i)] = static_cast<Zep8u>(rng.u32());
         Zep8u* p = bytes.data() + (ends.back() + static_cast<size_t>(lead)) / 8;
         Zep32s off = static_cast<Zep32s>((ends.back() + static_cast<size_t>(lead)) % 8), last = -99;
         for (int k = 3; k >= 0; --k) {
@@ -256,9 +258,9 @@ TEST(Mpeg4Rvlc, FirstCodeReadBackwardMustBeALastOne) {
     Bits b;
     put_rvlc(b, false, {1, 0, 1});
     put_rvlc(b, false, {0, 0, 2});  // ends with a code whose last is 0
-    std::vector<Zep8u> bytes = b.bytes(0, rng);
-    Zep8u* p = bytes.data() + (b.s.size() - 1) / 8;
-    Zep32s off = static_cast<Zep32s>((b.s.size() - 1) % 8), last;
+    std::vector<Zep8u> bytes = b.bytes(32, rng);
+    Zep8u* p = bytes.data() + (b.s.size() + 31) / 8;
+    Zep32s off = static_cast<Zep32s>((b.s.size() + 31) % 8), last;
     Zep8u* const p0 = p;
     Zep16s coef[64];
     EXPECT_EQ(zepiDecodeCoeffsInterRVLCBack_MPEG4_1u16s(&p, &off, coef, &last), zepStatusVLCErr);
