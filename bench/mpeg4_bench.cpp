@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "../tests/mpeg4/vlc_codes.h"
+#include "mpeg4/filter_dsp.h"
 #include "mpeg4/quant_dsp.h"
 #include "zepvc.h"
 
@@ -72,5 +73,26 @@ zb::Case decode(int kind) {
 const zb::Register v0("mpeg4", "Decode MPEG-4 intra block (10 coefficients)", [](zep::Isa) { return decode(0); });
 const zb::Register v1("mpeg4", "Decode MPEG-4 inter block (10 coefficients)", [](zep::Isa) { return decode(1); });
 const zb::Register v2("mpeg4", "Decode H.263 inter block (10 coefficients)", [](zep::Isa) { return decode(2); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- in-loop filters
+
+namespace {
+
+zb::Case filt(zep::Isa level, int form) {
+    auto t = std::make_shared<zep::FilterDsp>(zep::build_table(zep::filter_init, level));
+    auto pic = zb::random_buffer(32 * 16, 91);
+    return {[=] {
+                if (form == 0) t->loop(pic->at(32 * 2 + 2), 32);
+                else if (form == 1) t->horEdge(pic->at(32 * 8 + 4), 32, 1, 6);
+                else t->verEdge(pic->at(32 * 4 + 8), 1, 32, 6);
+            },
+            [=] { return zb::hash_bytes(pic->at(), 32 * 16); }};
+}
+
+const zb::Register f0("mpeg4", "H.261 loop filter 8x8", [](zep::Isa l) { return filt(l, 0); });
+const zb::Register f1("mpeg4", "H.263 Annex J horizontal edge", [](zep::Isa l) { return filt(l, 1); });
+const zb::Register f2("mpeg4", "H.263 Annex J vertical edge", [](zep::Isa l) { return filt(l, 2); });
 
 }  // namespace

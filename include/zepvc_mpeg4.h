@@ -132,6 +132,20 @@ ZEPVC_API ZepStatus zepiReconstructCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, 
                                                            Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s scan,
                                                            const void* pQuantInvInterSpec, Zep32s QP);
 
+/* ---- In-loop filters ---- */
+/* H.261 loop filter on an 8x8 block in place: the separable [1 2 1] / 4 filter, the taps that fall
+ * outside the block replaced by 0 1 0, one rounding (halves up) at the end. Checks: null pointer,
+ * then a step below 8 (zepStatusBadStep). */
+ZEPVC_API ZepStatus zepiFilterLoop_H261_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep);
+/* H.263 Annex J deblocking of one 8-sample block edge in place: pSrcDst is the first sample below
+ * (HorEdge) or right of (VerEdge) the edge; A B | C D across it become A - d2, B + d1, C - d1,
+ * D + d2 with d = (A - 4B + 4C - D) / 8, d1 = UpDownRamp(d, strength(QP)) and d2 = (A - D) / 4
+ * limited to |d1 / 2| (divisions toward zero, results clipped to 0..255); the caller visits the
+ * edges in Annex J's order. Checks: null pointer, a step below
+ * 8 (zepStatusBadStep), QP outside 1..31 (zepStatusQPErr). */
+ZEPVC_API ZepStatus zepiFilterDeblocking8x8HorEdge_H263_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s QP);
+ZEPVC_API ZepStatus zepiFilterDeblocking8x8VerEdge_H263_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s QP);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_MPEG4_H */
