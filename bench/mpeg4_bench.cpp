@@ -8,6 +8,7 @@
 
 #include "../tests/mpeg4/vlc_codes.h"
 #include "mpeg4/filter_dsp.h"
+#include "mpeg4/obmc_dsp.h"
 #include "mpeg4/quant_dsp.h"
 #include "zepvc.h"
 
@@ -94,5 +95,26 @@ zb::Case filt(zep::Isa level, int form) {
 const zb::Register f0("mpeg4", "H.261 loop filter 8x8", [](zep::Isa l) { return filt(l, 0); });
 const zb::Register f1("mpeg4", "H.263 Annex J horizontal edge", [](zep::Isa l) { return filt(l, 1); });
 const zb::Register f2("mpeg4", "H.263 Annex J vertical edge", [](zep::Isa l) { return filt(l, 2); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- overlapped block motion compensation
+
+namespace {
+
+zb::Case obmc(zep::Isa level) {
+    auto t = std::make_shared<zep::ObmcDsp>(zep::build_table(zep::obmc_init, level));
+    auto src = zb::random_buffer(5 * 16 * 8, 93);
+    auto dst = zb::random_buffer(16 * 8, 94);
+    zep::ObmcSources s;
+    for (int i = 0; i < 5; ++i) s.p[i] = src->at(static_cast<size_t>(i) * 128), s.step[i] = 16;
+    return {[=] {
+                (void)src;  // keeps the sources alive for as long as the case runs
+                t->block(s, dst->at(), 16);
+            },
+            [=] { return zb::hash_bytes(dst->at(), 128); }};
+}
+
+const zb::Register o0("mpeg4", "H.263 OBMC 8x8", [](zep::Isa l) { return obmc(l); });
 
 }  // namespace

@@ -146,6 +146,17 @@ ZEPVC_API ZepStatus zepiFilterLoop_H261_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstSte
 ZEPVC_API ZepStatus zepiFilterDeblocking8x8HorEdge_H263_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s QP);
 ZEPVC_API ZepStatus zepiFilterDeblocking8x8VerEdge_H263_8u_C1IR(Zep8u* pSrcDst, Zep32s srcDstStep, Zep32s QP);
 
+/* ---- Overlapped block motion compensation (H.263 Annex F) ----
+ * One 8x8 luma block from five 8x8 predictions made with its own vector and with the vectors of
+ * the blocks above, below, left and right: rows 0..3 weigh the above prediction, rows 4..7 the
+ * below one, columns 0..3 the left one, 4..7 the right one, with the Annex F weight matrices (the
+ * own prediction 4..6, the others 1..2, summing to 8): (sum + 4) >> 3. Checks: null pointers, then
+ * any step below 8 (zepStatusBadStep). */
+ZEPVC_API ZepStatus zepiOBMC8x8_H263_8u_C1R(const Zep8u* pSrcCur, Zep32s srcCurStep, const Zep8u* pSrcTop,
+                                            Zep32s srcTopStep, const Zep8u* pSrcBottom, Zep32s srcBottomStep,
+                                            const Zep8u* pSrcLeft, Zep32s srcLeftStep, const Zep8u* pSrcRight,
+                                            Zep32s srcRightStep, Zep8u* pDst, Zep32s dstStep);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_MPEG4_H */
