@@ -132,6 +132,23 @@ ZEPVC_API ZepStatus zepiReconstructCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, 
                                                            Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s scan,
                                                            const void* pQuantInvInterSpec, Zep32s QP);
 
+/* ---- Coefficient encoding (H.263, H.261) ----
+ * The decoders' codes: a block of levels (row-major, read through the scan as the decoders place
+ * them) becomes (last, run, level) codes, or (H.261) run-level codes and an end of block, with
+ * the escapes the decoders read (H.263: 8-bit levels, Annex T 11-bit ones with modQuantFlag;
+ * H.261: 8-bit). The byte-stream position advances past the bits written; bits before it are
+ * kept. H.263 intra without advIntraFlag starts after the DC (INTRADC is the caller's); a block
+ * with no level to code writes nothing. H.261 intra writes INTRADC (entry 0, 1..254, 128 as 255)
+ * first; inter codes a first (run 0, +-1) as "1s". Checks: null pointers, *pBitOffset outside
+ * 0..7 (zepStatusBitOffsetErr), a level beyond what the format codes (zepStatusOutOfRange,
+ * nothing written). */
+ZEPVC_API ZepStatus zepiEncodeCoeffsIntra_H263_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset,
+                                                     Zep32s advIntraFlag, Zep32s modQuantFlag, Zep32s scan);
+ZEPVC_API ZepStatus zepiEncodeCoeffsInter_H263_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset,
+                                                     Zep32s modQuantFlag, Zep32s scan);
+ZEPVC_API ZepStatus zepiEncodeCoeffsIntra_H261_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset);
+ZEPVC_API ZepStatus zepiEncodeCoeffsInter_H261_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset);
+
 /* ---- In-loop filters ---- */
 /* H.261 loop filter on an 8x8 block in place: the separable [1 2 1] / 4 filter, the taps that fall
  * outside the block replaced by 0 1 0, one rounding (halves up) at the end. Checks: null pointer,
