@@ -132,13 +132,13 @@ ZEPVC_API ZepStatus zepiReconstructCoeffsInter_MPEG4_1u16s(Zep8u** ppBitStream, 
                                                            Zep32s* pIndxLastNonZero, Zep32s rvlcFlag, Zep32s scan,
                                                            const void* pQuantInvInterSpec, Zep32s QP);
 
-/* ---- Coefficient encoding (H.263, H.261) ----
+/* ---- Coefficient encoding (H.263, H.261, MPEG-4) ----
  * The decoders' codes: a block of levels (row-major, read through the scan as the decoders place
  * them) becomes (last, run, level) codes, or (H.261) run-level codes and an end of block, with
  * the escapes the decoders read (H.263: 8-bit levels, Annex T 11-bit ones with modQuantFlag;
  * H.261: 8-bit). The byte-stream position advances past the bits written; bits before it are
  * kept. H.263 intra without advIntraFlag starts after the DC (INTRADC is the caller's); a block
- * with no level to code writes nothing. H.261 intra writes INTRADC (entry 0, 1..254, 128 as 255)
+ * with no level to code writes nothing (H.261 intra still writes INTRADC and its end of block). H.261 intra writes INTRADC (entry 0, 1..254, 128 as 255)
  * first; inter codes a first (run 0, +-1) as "1s". Checks: null pointers, *pBitOffset outside
  * 0..7 (zepStatusBitOffsetErr), a level beyond what the format codes (zepStatusOutOfRange,
  * nothing written). */
@@ -147,6 +147,19 @@ ZEPVC_API ZepStatus zepiEncodeCoeffsIntra_H263_16s1u(const Zep16s* pQCoef, Zep8u
 ZEPVC_API ZepStatus zepiEncodeCoeffsInter_H263_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset,
                                                      Zep32s modQuantFlag, Zep32s scan);
 ZEPVC_API ZepStatus zepiEncodeCoeffsIntra_H261_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset);
+/* MPEG-4: the intra or inter TCOEF codes with the first escape that fits (LMAX level offset, RMAX
+ * run offset, then fixed length), or with rvlcFlag the reversible codes and their 30-bit escape;
+ * levels within +-2047. Intra with dcCodedApart starts after the DC (coded by the DC syntax). */
+ZEPVC_API ZepStatus zepiEncodeCoeffsIntra_MPEG4_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset,
+                                                      Zep32s rvlcFlag, Zep32s dcCodedApart, Zep32s scan);
+/* Intra DC: H.263 INTRADC (1..254, 128 written as 255); MPEG-4 dct_dc_size (luminance table for
+ * blockType 0, else chrominance), the differential and, above size 8, the marker bit; sizes above
+ * 12 refused (zepStatusOutOfRange). */
+ZEPVC_API ZepStatus zepiEncodeDCIntra_H263_16s1u(Zep16s dc, Zep8u** ppBitStream, Zep32s* pBitOffset);
+ZEPVC_API ZepStatus zepiEncodeDCIntra_MPEG4_16s1u(Zep16s dcDiff, Zep8u** ppBitStream, Zep32s* pBitOffset,
+                                                  Zep32s blockType);
+ZEPVC_API ZepStatus zepiEncodeCoeffsInter_MPEG4_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset,
+                                                      Zep32s rvlcFlag, Zep32s scan);
 ZEPVC_API ZepStatus zepiEncodeCoeffsInter_H261_16s1u(const Zep16s* pQCoef, Zep8u** ppBitStream, Zep32s* pBitOffset);
 
 /* ---- In-loop filters ---- */

@@ -61,6 +61,40 @@ TEST(H263Encode, BlocksDecodeBack) {
     }
 }
 
+TEST(Mpeg4Encode, BlocksDecodeBackWithEveryEscapeAndBothCodes) {
+    Rng rng(203);
+    for (int it = 0; it < 4000; ++it) {
+        const bool intra = it & 1, rvlc = it & 2, dcApart = intra && (it & 4);
+        const int scan = rng.range(0, intra ? 2 : 1);
+        std::vector<Zep16s> c = random_block(rng, it % 5 ? 40 : 2047, dcApart ? 1 : 0);
+        if (dcApart) c[0] = 77;
+        bool any = false;
+        for (int i = dcApart ? 1 : 0; i < 64; ++i) any = any || c[static_cast<size_t>(i)];
+        if (!any) continue;
+        std::vector<Zep8u> bytes(600);
+        for (auto& b : bytes) b = static_cast<Zep8u>(rng.u32());
+        const int start = rng.range(0, 7);
+        Zep8u* p = bytes.data();
+        Zep32s off = start;
+        ASSERT_EQ(intra ? zepiEncodeCoeffsIntra_MPEG4_16s1u(c.data(), &p, &off, rvlc, dcApart, scan)
+                        : zepiEncodeCoeffsInter_MPEG4_16s1u(c.data(), &p, &off, rvlc, scan),
+                  zepStatusOk);
+        Zep8u* end = p;
+        const Zep32s endOff = off;
+        p = bytes.data();
+        off = start;
+        std::vector<Zep16s> d(64, 0);
+        d[0] = 77;
+        Zep32s last;
+        ASSERT_EQ(intra ? zepiDecodeCoeffsIntra_MPEG4_1u16s(&p, &off, d.data(), &last, rvlc, dcApart, scan)
+                        : zepiDecodeCoeffsInter_MPEG4_1u16s(&p, &off, d.data(), &last, rvlc, scan),
+                  zepStatusOk) << "it " << it;
+        ASSERT_TRUE(same_array(c, d, "it " + std::to_string(it)));
+        ASSERT_EQ(p, end);
+        ASSERT_EQ(off, endOff);
+    }
+}
+
 TEST(H261Encode, BlocksDecodeBack) {
     Rng rng(202);
     for (int it = 0; it < 4000; ++it) {
@@ -90,6 +124,43 @@ TEST(H261Encode, BlocksDecodeBack) {
         ASSERT_EQ(p, end);
         ASSERT_EQ(off, endOff);
     }
+}
+
+TEST(DcEncode, EveryDifferentialAndCodeDecodesBack) {
+    for (int type = 0; type < 2; ++type)
+        for (int diff = -4095; diff <= 4095; diff += (diff > -300 && diff < 300) ? 1 : 37) {
+            std::vector<Zep8u> bytes(8, 0);
+            Zep8u* p = bytes.data();
+            Zep32s off = diff & 7;
+            const Zep32s start = off;
+            ASSERT_EQ(zepiEncodeDCIntra_MPEG4_16s1u(static_cast<Zep16s>(diff), &p, &off, type), zepStatusOk) << diff;
+            Zep8u* end = p;
+            const Zep32s endOff = off;
+            p = bytes.data();
+            off = start;
+            Zep16s dc = 0;
+            ASSERT_EQ(zepiDecodeDCIntra_MPEG4_1u16s(&p, &off, &dc, type), zepStatusOk) << diff;
+            ASSERT_EQ(dc, diff);
+            ASSERT_EQ(p, end);
+            ASSERT_EQ(off, endOff);
+        }
+    for (int code = 1; code <= 254; ++code) {
+        Zep8u bytes[4] = {};
+        Zep8u* p = bytes;
+        Zep32s off = 3;
+        ASSERT_EQ(zepiEncodeDCIntra_H263_16s1u(static_cast<Zep16s>(code), &p, &off), zepStatusOk);
+        p = bytes;
+        off = 3;
+        Zep16u dc;
+        ASSERT_EQ(zepiDecodeDCIntra_H263_1u16s(&p, &off, &dc), zepStatusOk);
+        ASSERT_EQ(dc, code);
+    }
+    Zep8u bytes[4] = {};
+    Zep8u* p = bytes;
+    Zep32s off = 0;
+    EXPECT_EQ(zepiEncodeDCIntra_H263_16s1u(0, &p, &off), zepStatusOutOfRange);
+    EXPECT_EQ(zepiEncodeDCIntra_MPEG4_16s1u(4096, &p, &off, 0), zepStatusOutOfRange);
+    EXPECT_EQ(p, bytes);
 }
 
 TEST(CoeffEncode, ChecksAndRangesWriteNothing) {
