@@ -1,0 +1,122 @@
+// Bit reading over one NAL unit's payload, in the library's word-stream form:
+// the payload (emulation-prevention bytes removed) is packed big-endian into
+// 32-bit words so that the library's CAVLC and Exp-Golomb readers can run on
+// it directly. Fixed-length fields are read here; everything variable-length
+// goes through the library.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "zepvc.h"
+
+namespace zdec {
+
+// Every malformed or unsupported stream ends in one of these; the message
+// says what was wrong.
+struct DecodeError : std::runtime_error {
+    explicit DecodeError(const std::string& what) : std::runtime_error(what) {}
+};
+struct Unsupported : DecodeError {
+    explicit Unsupported(const std::string& what) : DecodeError("not supported: " + what) {}
+};
+
+[[noreturn]] inline void fail(const std::string& what) { throw DecodeError(what); }
+
+class Bits {
+public:
+    // Zero words after the payload: the library's readers may look a word
+    // ahead, and a corrupt block may read a few hundred bits past the end
+    // before the caller's next position check notices.
+    static constexpr size_t kPadWords = 128;
+
+    // Loads a NAL unit's payload (after the NAL header byte), removing
+    // emulation-prevention bytes; the payload ends at its stop bit.
+    void load(const uint8_t* p, size_t n) {
+        bytes_.clear();
+        bytes_.reserve(n);
+        int zeros = 0;
+        for (size_t i = 0; i < n; ++i) {
+            if (zeros >= 2 && p[i] == 3) {
+                zeros = 0;
+                continue;
+            }
+            zeros = p[i] == 0 ? zeros + 1 : 0;
+            bytes_.push_back(p[i]);
+        }
+        while (!bytes_.empty() && bytes_.back() == 0) bytes_.pop_back();
+        size_t nbits = bytes_.size() * 8;
+        if (!bytes_.empty()) nbits -= static_cast<size_t>(__builtin_ctz(bytes_.back())) + 1;  // the stop bit
+        nbits_ = nbits;
+        words_.assign((bytes_.size() + 3) / 4 + kPadWords, 0);
+        for (size_t i = 0; i < bytes_.size(); ++i) words_[i / 4] |= static_cast<Zep32u>(bytes_[i]) << (24 - 8 * (i % 4));
+        p_ = words_.data();
+        off_ = 31;
+    }
+
+    size_t pos() const { return static_cast<size_t>(p_ - words_.data()) * 32 + static_cast<size_t>(31 - off_); }
+    size_t size() const { return nbits_; }
+    bool overrun() const { return pos() > nbits_; }
+    void check() const {
+        if (overrun()) fail("slice data runs past the end of its NAL unit");
+    }
+    bool more_rbsp_data() const { return pos() < nbits_; }
+    bool byte_aligned() const { return (off_ & 7) == 7; }
+
+    Zep32u u(int n) {
+        if (n == 0) return 0;
+        const uint64_t w = (static_cast<uint64_t>(p_[0]) << 32) | p_[1];
+        const Zep32u v = static_cast<Zep32u>((w << (31 - off_)) >> (64 - n));
+        skip(n);
+        return v;
+    }
+    bool flag() { return u(1) != 0; }
+    void skip(int n) {
+        const int t = (31 - off_) + n;
+        p_ += t / 32;
+        off_ = 31 - t % 32;
+        if (p_ >= words_.data() + words_.size() - 2) fail("read past the end of a NAL unit");
+    }
+    Zep32u ue() {
+        Zep32s v = 0;
+        if (zepiDecodeExpGolombOne_H264_1u32s(&p_, &off_, &v, 0) != zepStatusOk) fail("bad Exp-Golomb code");
+        guard();
+        return static_cast<Zep32u>(v);
+    }
+    // ue(v) with an upper bound; larger values are a stream error naming the field.
+    Zep32u ue(Zep32u max, const char* what) {
+        const Zep32u v = ue();
+        if (v > max) fail(std::string("value out of range: ") + what);
+        return v;
+    }
+    Zep32s se() {
+        Zep32s v = 0;
+        if (zepiDecodeExpGolombOne_H264_1u32s(&p_, &off_, &v, 1) != zepStatusOk) fail("bad Exp-Golomb code");
+        guard();
+        return v;
+    }
+    Zep32s se(Zep32s lo, Zep32s hi, const char* what) {
+        const Zep32s v = se();
+        if (v < lo || v > hi) fail(std::string("value out of range: ") + what);
+        return v;
+    }
+
+    // The library's word-stream position, for the CAVLC decoders.
+    Zep32u** word() { return &p_; }
+    Zep32s* offset() { return &off_; }
+    void guard() const {
+        if (p_ >= words_.data() + words_.size() - 4) fail("read past the end of a NAL unit");
+    }
+
+private:
+    std::vector<uint8_t> bytes_;
+    std::vector<Zep32u> words_;
+    size_t nbits_ = 0;
+    Zep32u* p_ = nullptr;
+    Zep32s off_ = 31;
+};
+
+}  // namespace zdec

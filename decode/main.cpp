@@ -1,0 +1,210 @@
+// zepvc_decode: decodes an elementary stream to raw planar YUV with the
+// zepvc primitives.
+//
+//   zepvc_decode [--codec h264] INPUT OUTPUT   decode; OUTPUT "-" is standard output
+//   zepvc_decode --md5 [--codec h264] INPUT    print the MD5 of the decoded output
+//   zepvc_decode --check LIST                  decode every stream LIST names ("md5  file  bytes"
+//                                              per line, files beside LIST) and compare
+//
+// Frames are written in display order, Y then Cb then Cr, each plane cropped
+// to the stream's display window. Statistics go to standard error. A stream
+// that cannot be decoded ends with a message and exit status 1.
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "h264/h264.h"
+#include "md5.h"
+
+namespace {
+
+struct Frame {
+    const uint8_t* plane[3];
+    int stride[3], width[3], height[3];
+};
+using FrameFn = std::function<void(const Frame&)>;
+
+void decode_h264(const std::vector<uint8_t>& data, const FrameFn& out) {
+    zdec::h264::Decoder d;
+    d.on_frame = [&](const zdec::h264::FrameOut& f) {
+        Frame fr{{f.y, f.cb, f.cr},
+                 {f.stride, f.stride_c, f.stride_c},
+                 {f.width, f.width / 2, f.width / 2},
+                 {f.height, f.height / 2, f.height / 2}};
+        out(fr);
+    };
+    d.decode_stream(data.data(), data.size());
+    d.flush();
+}
+
+struct Codec {
+    const char* name;
+    std::vector<std::string> extensions;
+    void (*decode)(const std::vector<uint8_t>&, const FrameFn&);
+};
+const Codec kCodecs[] = {
+    {"h264", {".264", ".h264", ".avc", ".26l", ".jsv"}, decode_h264},
+};
+
+const Codec* codec_by_name(const std::string& n) {
+    for (const Codec& c : kCodecs)
+        if (n == c.name) return &c;
+    return nullptr;
+}
+
+const Codec* codec_for_file(const std::string& path) {
+    const size_t dot = path.rfind('.');
+    if (dot == std::string::npos) return nullptr;
+    std::string ext = path.substr(dot);
+    for (char& ch : ext) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    for (const Codec& c : kCodecs)
+        for (const std::string& e : c.extensions)
+            if (e == ext) return &c;
+    return nullptr;
+}
+
+bool read_file(const std::string& path, std::vector<uint8_t>& data) {
+    std::ifstream f(path, std::ios::binary);
+    if (!f) return false;
+    data.assign(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
+    return true;
+}
+
+struct Result {
+    bool ok = false;
+    std::string error;
+    int frames = 0;
+    double seconds = 0;
+};
+
+// Decodes and hands each output plane row to `row`.
+Result run(const Codec& codec, const std::vector<uint8_t>& data, const std::function<void(const uint8_t*, size_t)>& row) {
+    Result r;
+    const auto t0 = std::chrono::steady_clock::now();
+    try {
+        codec.decode(data, [&](const Frame& f) {
+            for (int p = 0; p < 3; ++p)
+                for (int y = 0; y < f.height[p]; ++y)
+                    row(f.plane[p] + static_cast<ptrdiff_t>(y) * f.stride[p], static_cast<size_t>(f.width[p]));
+            ++r.frames;
+        });
+        r.ok = true;
+    } catch (const std::exception& e) {
+        r.error = e.what();
+    }
+    r.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
+    return r;
+}
+
+void stats(const char* name, const Result& r) {
+    std::fprintf(stderr, "%s: %d frames in %.3f s (%.1f fps)\n", name, r.frames, r.seconds,
+                 r.seconds > 0 ? r.frames / r.seconds : 0.0);
+}
+
+int usage() {
+    std::fprintf(stderr,
+                 "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
+                 "       zepvc_decode --md5 [--codec NAME] INPUT\n"
+                 "       zepvc_decode --check LIST\n"
+                 "codecs: h264\n");
+    return 2;
+}
+
+int check(const std::string& list) {
+    std::ifstream f(list);
+    if (!f) {
+        std::fprintf(stderr, "cannot read %s\n", list.c_str());
+        return 1;
+    }
+    const size_t slash = list.rfind('/');
+    const std::string dir = slash == std::string::npos ? "" : list.substr(0, slash + 1);
+    std::string line;
+    int bad = 0, total = 0;
+    while (std::getline(f, line)) {
+        std::istringstream ls(line);
+        std::string sum, name;
+        if (!(ls >> sum >> name)) continue;
+        ++total;
+        const Codec* c = codec_for_file(name);
+        std::vector<uint8_t> data;
+        if (!c || !read_file(dir + name, data)) {
+            std::printf("%-24s cannot read or unknown codec\n", name.c_str());
+            ++bad;
+            continue;
+        }
+        zdec::Md5 md5;
+        const Result r = run(*c, data, [&](const uint8_t* p, size_t n) { md5.update(p, n); });
+        const bool match = r.ok && md5.hex() == sum;
+        std::printf("%-24s %4d frames %8.1f fps  %s%s\n", name.c_str(), r.frames,
+                    r.seconds > 0 ? r.frames / r.seconds : 0.0, match ? "MD5 matches" : "MD5 MISMATCH",
+                    r.ok ? "" : (" (" + r.error + ")").c_str());
+        bad += !match;
+    }
+    std::printf("%d of %d streams decoded bit-exactly\n", total - bad, total);
+    return bad ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    const Codec* codec = nullptr;
+    bool md5_mode = false;
+    std::vector<std::string> files;
+    for (size_t i = 0; i < args.size(); ++i) {
+        if (args[i] == "--codec" && i + 1 < args.size()) {
+            codec = codec_by_name(args[++i]);
+            if (!codec) return usage();
+        } else if (args[i] == "--check" && i + 1 < args.size()) {
+            return check(args[i + 1]);
+        } else if (args[i] == "--md5") {
+            md5_mode = true;
+        } else if (args[i].size() > 1 && args[i][0] == '-' && args[i] != "-") {
+            return usage();
+        } else {
+            files.push_back(args[i]);
+        }
+    }
+    if (files.size() != (md5_mode ? 1u : 2u)) return usage();
+    if (!codec) codec = codec_for_file(files[0]);
+    if (!codec) {
+        std::fprintf(stderr, "cannot tell the codec of %s: use --codec\n", files[0].c_str());
+        return 2;
+    }
+    std::vector<uint8_t> data;
+    if (!read_file(files[0], data)) {
+        std::fprintf(stderr, "cannot read %s\n", files[0].c_str());
+        return 1;
+    }
+    Result r;
+    if (md5_mode) {
+        zdec::Md5 md5;
+        r = run(*codec, data, [&](const uint8_t* p, size_t n) { md5.update(p, n); });
+        if (r.ok) std::printf("%s\n", md5.hex().c_str());
+    } else {
+        FILE* out = files[1] == "-" ? stdout : std::fopen(files[1].c_str(), "wb");
+        if (!out) {
+            std::fprintf(stderr, "cannot write %s\n", files[1].c_str());
+            return 1;
+        }
+        bool write_ok = true;
+        r = run(*codec, data, [&](const uint8_t* p, size_t n) { write_ok &= std::fwrite(p, 1, n, out) == n; });
+        write_ok &= std::fflush(out) == 0;
+        if (out != stdout) write_ok &= std::fclose(out) == 0;
+        if (!write_ok) {
+            std::fprintf(stderr, "error writing %s\n", files[1].c_str());
+            return 1;
+        }
+    }
+    stats(files[0].c_str(), r);
+    if (!r.ok) {
+        std::fprintf(stderr, "error: %s\n", r.error.c_str());
+        return 1;
+    }
+    return 0;
+}
