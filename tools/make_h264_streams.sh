@@ -33,8 +33,9 @@ enc lowqp_aq        mandel --crf 1 --aq-mode 1 --aq-strength 2 --bframes 1
 enc partitions_ref16 moving --partitions all --ref 16 --bframes 3 --b-pyramid normal --qp 30
 enc bframes_flat    mandel --bframes 2 --b-pyramid none --qp 28 --ref 3
 enc weightp         fade --weightp 2 --ref 3 --qp 28 --bframes 0
-enc weightb_spatial fade --weightb --bframes 3 --direct spatial --qp 30 --ref 4
-enc temporal        moving --direct temporal --bframes 2 --b-pyramid strict --qp 27 --ref 2
+enc weightb_spatial fade --weightb --bframes 3 --b-adapt 0 --direct spatial --qp 30 --ref 4
+enc temporal        moving --direct temporal --bframes 2 --b-adapt 0 --b-pyramid strict --qp 27 --ref 2
+enc pyramid_temporal mandel --direct temporal --bframes 3 --b-adapt 0 --b-pyramid normal --weightb --ref 4 --qp 29
 enc slices_deblock  mandel --slices 4 --deblock -3:2 --qp 24 --bframes 2
 enc no_deblock      moving --no-deblock --qp 35 --bframes 1 --slices 2
 enc deblock_hi      noise --deblock 6:6 --qp 40 --bframes 2
