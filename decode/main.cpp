@@ -69,10 +69,15 @@ const Codec* codec_for_file(const std::string& path) {
 }
 
 bool read_file(const std::string& path, std::vector<uint8_t>& data) {
-    std::ifstream f(path, std::ios::binary);
+    FILE* f = std::fopen(path.c_str(), "rb");
     if (!f) return false;
-    data.assign(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
-    return true;
+    data.clear();
+    uint8_t buf[1 << 16];
+    size_t n;
+    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) data.insert(data.end(), buf, buf + n);
+    const bool ok = !std::ferror(f);
+    std::fclose(f);
+    return ok;
 }
 
 struct Result {

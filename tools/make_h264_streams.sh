@@ -53,3 +53,10 @@ for s in "$out"/*.264; do
 done
 cat "$out/md5.txt"
 du -sh "$out"
+
+# Streams using tools the decoder refuses (each must end with a "not supported" error).
+mkdir -p "$out/unsupported"
+src tiny 64x64 2 "testsrc=size=64x64:rate=25"
+x264 --quiet --no-progress --threads 1 --no-8x8dct --qp 30 -o "$out/unsupported/cabac.264" "$tmp/tiny.y4m" 2>/dev/null
+x264 --quiet --no-progress --threads 1 --no-cabac --qp 30 -o "$out/unsupported/transform8x8.264" "$tmp/tiny.y4m" 2>/dev/null
+x264 --quiet --no-progress --threads 1 --no-cabac --no-8x8dct --interlaced --qp 30 -o "$out/unsupported/interlaced.264" "$tmp/tiny.y4m" 2>/dev/null

@@ -5,6 +5,7 @@
 // goes through the library.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
@@ -28,9 +29,10 @@ struct Unsupported : DecodeError {
 
 class Bits {
 public:
-    // Zero words after the payload: the library's readers may look a word
-    // ahead, and a corrupt block may read a few hundred bits past the end
-    // before the caller's next position check notices.
+    // Words of one bits after the payload: the library's readers may look a
+    // word ahead, a corrupt block may read past the end before the caller's
+    // next position check notices, and a run of zeros (level_prefix, an
+    // Exp-Golomb prefix) must end soon after the payload does.
     static constexpr size_t kPadWords = 128;
 
     // Loads a NAL unit's payload (after the NAL header byte), removing
@@ -51,7 +53,9 @@ public:
         size_t nbits = bytes_.size() * 8;
         if (!bytes_.empty()) nbits -= static_cast<size_t>(__builtin_ctz(bytes_.back())) + 1;  // the stop bit
         nbits_ = nbits;
-        words_.assign((bytes_.size() + 3) / 4 + kPadWords, 0);
+        const size_t payload_words = (bytes_.size() + 3) / 4;
+        words_.assign(payload_words + kPadWords, 0);
+        std::fill(words_.begin() + static_cast<ptrdiff_t>(payload_words), words_.end(), ~Zep32u{0});
         for (size_t i = 0; i < bytes_.size(); ++i) words_[i / 4] |= static_cast<Zep32u>(bytes_[i]) << (24 - 8 * (i % 4));
         p_ = words_.data();
         off_ = 31;

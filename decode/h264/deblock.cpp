@@ -31,8 +31,18 @@ bool mv_far(const Picture& p, int la, size_t a, int lb, size_t b) {
     return std::abs(p.mv[la][2 * a] - p.mv[lb][2 * b]) >= 4 || std::abs(p.mv[la][2 * a + 1] - p.mv[lb][2 * b + 1]) >= 4;
 }
 
+uint32_t mv_bits(const Picture& pic, int l, size_t b) {
+    uint32_t v;
+    std::memcpy(&v, &pic.mv[l][2 * b], sizeof v);
+    return v;
+}
+
 // bS 0 or 1 of two inter blocks from their references and motion.
 int motion_bs(const Picture& pic, size_t p, size_t q) {
+    // Blocks of one partition (the common case) share everything.
+    if (pic.ref_id[0][p] == pic.ref_id[0][q] && pic.ref_id[1][p] == pic.ref_id[1][q] &&
+        mv_bits(pic, 0, p) == mv_bits(pic, 0, q) && mv_bits(pic, 1, p) == mv_bits(pic, 1, q))
+        return 0;
     const int32_t p0 = pic.ref_id[0][p], p1 = pic.ref_id[1][p], q0 = pic.ref_id[0][q], q1 = pic.ref_id[1][q];
     const int np = (p0 >= 0) + (p1 >= 0), nq = (q0 >= 0) + (q1 >= 0);
     if (np != nq) return 1;

@@ -271,6 +271,7 @@ DirectSpatial spatial_setup(Decoder::Impl& d, const MbCtx& ctx) {
     return s;
 }
 
+// Stores the direct motion of quadrant q; prediction is left to the caller.
 void direct_quadrant(Decoder::Impl& d, const MbCtx& ctx, int q, const DirectSpatial* sp) {
     const int qx = 2 * (q & 1), qy = 2 * (q >> 1);
     const Picture* col = d.ref_list[1][0];
@@ -319,8 +320,46 @@ void direct_quadrant(Decoder::Impl& d, const MbCtx& ctx, int q, const DirectSpat
                 ctx.store(0, p, ref0, clamp_mv(mv0x), clamp_mv(mv0y));
                 ctx.store(1, p, 0, clamp_mv(mv1x), clamp_mv(mv1y));
             }
-            predict_part(d, p);
         }
+}
+
+bool same_motion(const Picture& pic, size_t a, size_t b) {
+    for (int l = 0; l < 2; ++l)
+        if (pic.ref_id[l][a] != pic.ref_id[l][b] || pic.mv[l][2 * a] != pic.mv[l][2 * b] ||
+            pic.mv[l][2 * a + 1] != pic.mv[l][2 * b + 1])
+            return false;
+    return true;
+}
+
+// Predicts quadrant q after its direct motion is stored: one block when all of
+// it moves alike (always, with the 8x8 inference), else per 4x4 block.
+void predict_quadrant(Decoder::Impl& d, int q) {
+    const int qx = 2 * (q & 1), qy = 2 * (q >> 1);
+    const size_t b = d.blk4(d.mb_x * 4 + qx, d.mb_y * 4 + qy);
+    const size_t row = static_cast<size_t>(d.mbw * 4);
+    if (d.sps.direct_8x8_inference ||
+        (same_motion(*d.cur, b, b + 1) && same_motion(*d.cur, b, b + row) && same_motion(*d.cur, b, b + row + 1))) {
+        predict_part(d, Part{qx, qy, 2, 2});
+        return;
+    }
+    for (int k = 0; k < 4; ++k) predict_part(d, Part{qx + (k & 1), qy + (k >> 1), 1, 1});
+}
+
+// A whole direct macroblock: one 16x16 prediction when the four quadrants move alike.
+void direct_macroblock(Decoder::Impl& d, const MbCtx& ctx) {
+    DirectSpatial sp;
+    if (d.sh.direct_spatial) sp = spatial_setup(d, ctx);
+    for (int q = 0; q < 4; ++q) direct_quadrant(d, ctx, q, d.sh.direct_spatial ? &sp : nullptr);
+    const size_t b = d.blk4(d.mb_x * 4, d.mb_y * 4);
+    const size_t row = static_cast<size_t>(d.mbw * 4);
+    bool uniform = true;
+    for (int y = 0; y < 4 && uniform; ++y)
+        for (int x = 0; x < 4 && uniform; ++x) uniform = same_motion(*d.cur, b, b + y * row + static_cast<size_t>(x));
+    if (uniform) {
+        predict_part(d, Part{0, 0, 4, 4});
+        return;
+    }
+    for (int q = 0; q < 4; ++q) predict_quadrant(d, q);
 }
 
 }  // namespace
@@ -421,9 +460,7 @@ void Decoder::Impl::decode_macroblock(bool skipped) {
             ctx.store(1, whole, -1, 0, 0);
             predict_part(*this, whole);
         } else {
-            DirectSpatial sp;
-            if (sh.direct_spatial) sp = spatial_setup(*this, ctx);
-            for (int q = 0; q < 4; ++q) direct_quadrant(*this, ctx, q, sh.direct_spatial ? &sp : nullptr);
+            direct_macroblock(*this, ctx);
         }
         return;
     }
@@ -526,6 +563,7 @@ void Decoder::Impl::decode_macroblock(bool skipped) {
                         sp_ready = true;
                     }
                     direct_quadrant(*this, ctx, q, sh.direct_spatial ? &sp : nullptr);
+                    predict_quadrant(*this, q);
                     continue;
                 }
                 const int qx = 2 * (q & 1), qy = 2 * (q >> 1);
@@ -557,9 +595,7 @@ void Decoder::Impl::decode_macroblock(bool skipped) {
                 pred[1] = kBTypes[t].pred[1];
             }
             if (sh.type == kB && t == 0) {  // B_Direct_16x16
-                DirectSpatial sp;
-                if (sh.direct_spatial) sp = spatial_setup(*this, ctx);
-                for (int q = 0; q < 4; ++q) direct_quadrant(*this, ctx, q, sh.direct_spatial ? &sp : nullptr);
+                direct_macroblock(*this, ctx);
             } else {
                 const int parts = shape == 0 ? 1 : 2;
                 Part pp[2];

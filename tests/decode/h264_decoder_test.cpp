@@ -1,0 +1,126 @@
+// The H.264 example decoder on damaged and out-of-scope streams. (Bit
+// exactness on the bundled streams is checked by the h264_streams test.)
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "h264/h264.h"
+
+namespace {
+
+std::vector<uint8_t> load(const std::string& name) {
+    const std::string path = std::string(ZEPVC_STREAMS_DIR) + "/h264/" + name;
+    std::vector<uint8_t> d;
+    FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f) return d;
+    int c;
+    while ((c = std::fgetc(f)) != EOF) d.push_back(static_cast<uint8_t>(c));
+    std::fclose(f);
+    return d;
+}
+
+struct Outcome {
+    int frames = 0;
+    bool error = false;
+    std::string message;
+};
+
+// Decodes a whole stream; every frame handed out must have the stream's size.
+Outcome decode(const std::vector<uint8_t>& s, int max_mbs = 396) {
+    Outcome o;
+    zdec::h264::Decoder d;
+    d.max_mbs = max_mbs;
+    int w = -1, h = -1;
+    d.on_frame = [&](const zdec::h264::FrameOut& f) {
+        if (w < 0) w = f.width, h = f.height;
+        EXPECT_EQ(f.width, w);
+        EXPECT_EQ(f.height, h);
+        // Touch the whole visible picture: a frame pointing outside its buffer shows up under ASan.
+        unsigned sum = 0;
+        for (int y = 0; y < f.height; ++y)
+            for (int x = 0; x < f.width; ++x) sum += f.y[y * f.stride + x];
+        for (int y = 0; y < f.height / 2; ++y)
+            for (int x = 0; x < f.width / 2; ++x) sum += f.cb[y * f.stride_c + x] + f.cr[y * f.stride_c + x];
+        (void)sum;
+        ++o.frames;
+    };
+    try {
+        d.decode_stream(s.data(), s.size());
+        d.flush();
+    } catch (const zdec::DecodeError& e) {
+        o.error = true;
+        o.message = e.what();
+    }
+    return o;
+}
+
+TEST(H264Decoder, RefusesToolsOutsideItsScopeByName) {
+    const struct {
+        const char* file;
+        const char* message;
+    } cases[] = {
+        {"unsupported/cabac.264", "not supported: CABAC"},
+        {"unsupported/transform8x8.264", "not supported: the 8x8 transform"},
+        {"unsupported/interlaced.264", "not supported: field coding"},
+    };
+    for (const auto& c : cases) {
+        const std::vector<uint8_t> s = load(c.file);
+        ASSERT_FALSE(s.empty()) << c.file;
+        const Outcome o = decode(s);
+        EXPECT_TRUE(o.error) << c.file;
+        EXPECT_NE(o.message.find(c.message), std::string::npos) << c.file << ": " << o.message;
+        EXPECT_EQ(o.frames, 0) << c.file;
+    }
+}
+
+TEST(H264Decoder, StreamsThatAreNotH264OrLackTheirStartAreRefused) {
+    const std::vector<uint8_t> s = load("baseline_p.264");
+    ASSERT_GT(s.size(), 100u);
+    const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
+    EXPECT_NE(decode(text).message.find("no start code"), std::string::npos);
+    // Everything from the second slice on: no parameter sets, no IDR picture.
+    size_t cut = 0;
+    int slices = 0;
+    for (size_t i = 0; i + 3 < s.size(); ++i)
+        if (s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1 && ((s[i + 3] & 31) == 1 || (s[i + 3] & 31) == 5) &&
+            ++slices == 2) {
+            cut = i;
+            break;
+        }
+    ASSERT_GT(cut, 0u);
+    const Outcome o = decode(std::vector<uint8_t>(s.begin() + static_cast<ptrdiff_t>(cut), s.end()));
+    EXPECT_TRUE(o.error);
+    EXPECT_EQ(o.frames, 0);
+    // A picture larger than the decoder accepts.
+    EXPECT_NE(decode(load("cif.264"), 99).message.find("too large"), std::string::npos);
+}
+
+// Truncated and byte-damaged versions of real streams: each must decode or
+// end with a DecodeError, never crash, hang or touch memory it does not own.
+TEST(H264Decoder, DamagedStreamsEndCleanly) {
+    uint32_t seed = 12345;
+    auto rnd = [&seed]() { return (seed = seed * 1664525u + 1013904223u) >> 8; };
+    int errors = 0, runs = 0;
+    for (const char* name : {"bframes_flat.264", "temporal.264", "weightp.264", "slices_deblock.264", "odd_size.264"}) {
+        const std::vector<uint8_t> s = load(name);
+        ASSERT_FALSE(s.empty()) << name;
+        const int whole = decode(s).frames;
+        for (int k = 1; k < 8; ++k) {
+            const Outcome o = decode(std::vector<uint8_t>(s.begin(), s.begin() + static_cast<ptrdiff_t>(s.size() * k / 8)));
+            EXPECT_LE(o.frames, whole) << name;
+            errors += o.error, ++runs;
+        }
+        for (int k = 0; k < 40; ++k) {
+            std::vector<uint8_t> m = s;
+            for (int j = 0; j < 1 + k % 4; ++j) m[rnd() % m.size()] ^= static_cast<uint8_t>(1 + rnd() % 255);
+            const Outcome o = decode(m);
+            errors += o.error, ++runs;
+        }
+    }
+    // Damage must actually be noticed in most runs, or the test proves nothing.
+    EXPECT_GT(errors, runs / 4);
+}
+
+}  // namespace
