@@ -27,7 +27,7 @@
 #include <memory>
 #include <vector>
 
-#include "h264/bits.h"
+#include "bits.h"
 
 namespace zdec::h264 {
 

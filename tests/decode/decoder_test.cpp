@@ -1,5 +1,5 @@
-// The H.264 example decoder on damaged and out-of-scope streams. (Bit
-// exactness on the bundled streams is checked by the h264_streams test.)
+// The example decoders on damaged and out-of-scope streams. (Results on the
+// bundled streams are checked by the *_streams tests.)
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "h264/h264.h"
+#include "mpeg2/mpeg2.h"
 
 namespace {
 
-std::vector<uint8_t> load(const std::string& name) {
-    const std::string path = std::string(ZEPVC_STREAMS_DIR) + "/h264/" + name;
+std::vector<uint8_t> load(const std::string& name, const char* codec = "h264") {
+    const std::string path = std::string(ZEPVC_STREAMS_DIR) + "/" + codec + "/" + name;
     std::vector<uint8_t> d;
     FILE* f = std::fopen(path.c_str(), "rb");
     if (!f) return d;
@@ -28,12 +29,13 @@ struct Outcome {
 };
 
 // Decodes a whole stream; every frame handed out must have the stream's size.
+template <class Dec = zdec::h264::Decoder>
 Outcome decode(const std::vector<uint8_t>& s, int max_mbs = 396) {
     Outcome o;
-    zdec::h264::Decoder d;
+    Dec d;
     d.max_mbs = max_mbs;
     int w = -1, h = -1;
-    d.on_frame = [&](const zdec::h264::FrameOut& f) {
+    d.on_frame = [&](const auto& f) {
         if (w < 0) w = f.width, h = f.height;
         EXPECT_EQ(f.width, w);
         EXPECT_EQ(f.height, h);
@@ -41,8 +43,8 @@ Outcome decode(const std::vector<uint8_t>& s, int max_mbs = 396) {
         unsigned sum = 0;
         for (int y = 0; y < f.height; ++y)
             for (int x = 0; x < f.width; ++x) sum += f.y[y * f.stride + x];
-        for (int y = 0; y < f.height / 2; ++y)
-            for (int x = 0; x < f.width / 2; ++x) sum += f.cb[y * f.stride_c + x] + f.cr[y * f.stride_c + x];
+        for (int y = 0; y < (f.height + 1) / 2; ++y)
+            for (int x = 0; x < (f.width + 1) / 2; ++x) sum += f.cb[y * f.stride_c + x] + f.cr[y * f.stride_c + x];
         (void)sum;
         ++o.frames;
     };
@@ -99,28 +101,59 @@ TEST(H264Decoder, StreamsThatAreNotH264OrLackTheirStartAreRefused) {
 
 // Truncated and byte-damaged versions of real streams: each must decode or
 // end with a DecodeError, never crash, hang or touch memory it does not own.
-TEST(H264Decoder, DamagedStreamsEndCleanly) {
+template <class Dec>
+void damage(const char* codec, std::initializer_list<const char*> names) {
     uint32_t seed = 12345;
     auto rnd = [&seed]() { return (seed = seed * 1664525u + 1013904223u) >> 8; };
     int errors = 0, runs = 0;
-    for (const char* name : {"bframes_flat.264", "temporal.264", "weightp.264", "slices_deblock.264", "odd_size.264"}) {
-        const std::vector<uint8_t> s = load(name);
+    for (const char* name : names) {
+        const std::vector<uint8_t> s = load(name, codec);
         ASSERT_FALSE(s.empty()) << name;
-        const int whole = decode(s).frames;
+        const Outcome whole = decode<Dec>(s);
+        ASSERT_FALSE(whole.error) << name << ": " << whole.message;
         for (int k = 1; k < 8; ++k) {
-            const Outcome o = decode(std::vector<uint8_t>(s.begin(), s.begin() + static_cast<ptrdiff_t>(s.size() * k / 8)));
-            EXPECT_LE(o.frames, whole) << name;
+            const Outcome o =
+                decode<Dec>(std::vector<uint8_t>(s.begin(), s.begin() + static_cast<ptrdiff_t>(s.size() * k / 8)));
+            EXPECT_LE(o.frames, whole.frames) << name;
             errors += o.error, ++runs;
         }
         for (int k = 0; k < 40; ++k) {
             std::vector<uint8_t> m = s;
             for (int j = 0; j < 1 + k % 4; ++j) m[rnd() % m.size()] ^= static_cast<uint8_t>(1 + rnd() % 255);
-            const Outcome o = decode(m);
+            const Outcome o = decode<Dec>(m);
             errors += o.error, ++runs;
         }
     }
-    // Damage must actually be noticed in most runs, or the test proves nothing.
-    EXPECT_GT(errors, runs / 4);
+    // Damage must actually be noticed in many runs, or the test proves nothing.
+    EXPECT_GT(errors, runs / 4) << codec;
+}
+
+TEST(H264Decoder, DamagedStreamsEndCleanly) {
+    damage<zdec::h264::Decoder>("h264", {"bframes_flat.264", "temporal.264", "weightp.264", "slices_deblock.264",
+                                         "odd_size.264"});
+}
+
+TEST(Mpeg2Decoder, DamagedStreamsEndCleanly) {
+    damage<zdec::mpeg2::Decoder>("mpeg2", {"mpeg1_ipb.m1v", "mpeg2_ipb.m2v", "mpeg2_intravlc_altscan.m2v",
+                                           "mpeg2_odd_size.m2v"});
+}
+
+TEST(Mpeg2Decoder, RefusesWhatIsNotAnMpegVideoStream) {
+    const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
+    EXPECT_NE(decode<zdec::mpeg2::Decoder>(text).message.find("no start code"), std::string::npos);
+    const std::vector<uint8_t> s = load("mpeg2_ipb.m2v", "mpeg2");
+    ASSERT_FALSE(s.empty());
+    // Without its sequence header every picture is refused.
+    size_t pic = 0;
+    for (size_t i = 0; i + 3 < s.size(); ++i)
+        if (s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1 && s[i + 3] == 0) {
+            pic = i;
+            break;
+        }
+    ASSERT_GT(pic, 0u);
+    const Outcome o = decode<zdec::mpeg2::Decoder>(std::vector<uint8_t>(s.begin() + static_cast<ptrdiff_t>(pic), s.end()));
+    EXPECT_NE(o.message.find("before any sequence header"), std::string::npos) << o.message;
+    EXPECT_NE(decode<zdec::mpeg2::Decoder>(s, 47).message.find("too large"), std::string::npos);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
-// Bit reading over one NAL unit's payload, in the library's word-stream form:
-// the payload (emulation-prevention bytes removed) is packed big-endian into
-// 32-bit words so that the library's CAVLC and Exp-Golomb readers can run on
-// it directly. Fixed-length fields are read here; everything variable-length
-// goes through the library.
+// Bit reading over one unit of a stream (an H.264 NAL unit's payload, an
+// MPEG slice), in the library's word-stream form: the bytes are packed
+// big-endian into 32-bit words so that the library's variable-length decoders
+// can run on them directly. Fixed-length fields are read here; everything
+// variable-length goes through the library.
 #pragma once
 
 #include <algorithm>
@@ -52,6 +52,10 @@ public:
         while (!bytes_.empty() && bytes_.back() == 0) bytes_.pop_back();
         size_t nbits = bytes_.size() * 8;
         if (!bytes_.empty()) nbits -= static_cast<size_t>(__builtin_ctz(bytes_.back())) + 1;  // the stop bit
+        pack(nbits);
+    }
+
+    void pack(size_t nbits) {
         nbits_ = nbits;
         const size_t payload_words = (bytes_.size() + 3) / 4;
         words_.assign(payload_words + kPadWords, 0);
@@ -59,6 +63,12 @@ public:
         for (size_t i = 0; i < bytes_.size(); ++i) words_[i / 4] |= static_cast<Zep32u>(bytes_[i]) << (24 - 8 * (i % 4));
         p_ = words_.data();
         off_ = 31;
+    }
+
+    // Loads bytes as they are (MPEG start-code delimited data): every bit counts.
+    void load_plain(const uint8_t* p, size_t n) {
+        bytes_.assign(p, p + n);
+        pack(n * 8);
     }
 
     size_t pos() const { return static_cast<size_t>(p_ - words_.data()) * 32 + static_cast<size_t>(31 - off_); }
@@ -70,10 +80,14 @@ public:
     bool more_rbsp_data() const { return pos() < nbits_; }
     bool byte_aligned() const { return (off_ & 7) == 7; }
 
+    // The next n bits (1..32) without consuming them.
+    Zep32u peek(int n) const {
+        const uint64_t w = (static_cast<uint64_t>(p_[0]) << 32) | p_[1];
+        return static_cast<Zep32u>((w << (31 - off_)) >> (64 - n));
+    }
     Zep32u u(int n) {
         if (n == 0) return 0;
-        const uint64_t w = (static_cast<uint64_t>(p_[0]) << 32) | p_[1];
-        const Zep32u v = static_cast<Zep32u>((w << (31 - off_)) >> (64 - n));
+        const Zep32u v = peek(n);
         skip(n);
         return v;
     }
