@@ -3,7 +3,7 @@
 //
 //   zepvc_decode [--codec h264] INPUT OUTPUT   decode; OUTPUT "-" is standard output
 //   zepvc_decode --md5 [--codec h264] INPUT    print the MD5 of the decoded output
-//   zepvc_decode --check LIST                  decode every stream LIST names and compare: lines
+//   zepvc_decode --check LIST...               decode every stream the lists name and compare: lines
 //                                              "MD5  file" (bit-exact) or "psnr  file  reference.yuv.gz"
 //                                              (every frame at least 50 dB, the average at least 55 dB)
 //
@@ -134,7 +134,7 @@ int usage() {
     std::fprintf(stderr,
                  "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
                  "       zepvc_decode --md5 [--codec NAME] INPUT\n"
-                 "       zepvc_decode --check LIST\n"
+                 "       zepvc_decode --check LIST...\n"
                  "codecs: h264, mpeg2, mpeg1\n");
     return 2;
 }
@@ -260,7 +260,9 @@ int main(int argc, char** argv) {
             codec = codec_by_name(args[++i]);
             if (!codec) return usage();
         } else if (args[i] == "--check" && i + 1 < args.size()) {
-            return check(args[i + 1]);
+            int rc = 0;
+            for (size_t k = i + 1; k < args.size(); ++k) rc |= check(args[k]);
+            return rc;
         } else if (args[i] == "--md5") {
             md5_mode = true;
         } else if (args[i].size() > 1 && args[i][0] == '-' && args[i] != "-") {

@@ -23,6 +23,7 @@ enc mpeg2_matrices.m2v "$moving" 7 -c:v mpeg2video -bf 1 -qscale:v 6 \
   -inter_matrix "16,17,18,19,20,21,22,23,17,18,19,20,21,22,23,24,18,19,20,21,22,23,24,25,19,20,21,22,23,24,25,26,20,21,22,23,24,25,26,27,21,22,23,24,25,26,27,28,22,23,24,25,26,27,28,29,23,24,25,26,27,28,29,30"
 enc mpeg2_dc10_nonlinear.m2v "$src" 6 -c:v mpeg2video -bf 2 -dc 10 -non_linear_quant 1 -qmax 28 -qscale:v 8
 enc mpeg2_dc11_hiq.m2v "$moving" 5 -c:v mpeg2video -bf 0 -dc 11 -qscale:v 1
+enc mpeg2_field_dct.m2v "$moving" 6 -c:v mpeg2video -bf 2 -flags +ildct -qscale:v 4
 enc mpeg2_odd_size.m2v "mandelbrot=size=100x60:rate=25" 6 -c:v mpeg2video -bf 2 -qscale:v 7
 
 for s in "$out"/*.m1v "$out"/*.m2v; do
