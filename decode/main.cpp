@@ -24,6 +24,7 @@
 #include "h264/h264.h"
 #include "md5.h"
 #include "mpeg2/mpeg2.h"
+#include "dv/dv.h"
 #ifdef ZEPVC_HAVE_ZLIB
 #include <zlib.h>
 #endif
@@ -59,6 +60,15 @@ void decode_mpeg2(const std::vector<uint8_t>& data, const FrameFn& out) {
     d.flush();
 }
 
+void decode_dv(const std::vector<uint8_t>& data, const FrameFn& out) {
+    zdec::dv::Decoder d;
+    d.on_frame = [&](const zdec::dv::FrameOut& f) {
+        out(Frame{{f.y, f.cb, f.cr}, {f.stride, f.stride_c, f.stride_c}, {f.width, f.cwidth, f.cwidth},
+                  {f.height, f.cheight, f.cheight}});
+    };
+    d.decode_stream(data.data(), data.size());
+}
+
 struct Codec {
     const char* name;
     std::vector<std::string> extensions;
@@ -68,6 +78,7 @@ const Codec kCodecs[] = {
     {"h264", {".264", ".h264", ".avc", ".26l", ".jsv"}, decode_h264},
     {"mpeg2", {".m2v", ".mpg", ".mpeg", ".mpv"}, decode_mpeg2},
     {"mpeg1", {".m1v"}, decode_mpeg2},  // one decoder: the sequence extension tells them apart
+    {"dv", {".dv", ".dif"}, decode_dv},
 };
 
 const Codec* codec_by_name(const std::string& n) {
@@ -135,7 +146,7 @@ int usage() {
                  "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
                  "       zepvc_decode --md5 [--codec NAME] INPUT\n"
                  "       zepvc_decode --check LIST...\n"
-                 "codecs: h264, mpeg2, mpeg1\n");
+                 "codecs: h264, mpeg2, mpeg1, dv\n");
     return 2;
 }
 

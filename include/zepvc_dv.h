@@ -60,6 +60,32 @@ ZEPVC_API ZepStatus zepiHuffmanDecodeSegmentOnePass_DV_8u16s(const Zep8u* pStrea
                                                              const Zep32u* pHuffTable, Zep16s* pBlock,
                                                              Zep32u* pBlockParam, Zep32s dcOnly);
 
+/* ---- Inverse quantisation and weighting, 2-4-8 inverse DCT ----
+ * A block as the segment decoder leaves it (DC as read, AC amplitudes at their row-major
+ * positions) becomes, in place, the coefficients the inverse DCT of its mode takes:
+ * - DC: 4 x DC + 1024 (the DC is sent as a quarter of the coefficient of the samples less 128;
+ *   1024 puts the 128 back).
+ * - AC at scan position i (the scan of the block's mode from pScanTables, as given to the
+ *   segment decoder; areas 0..3 begin at scan positions 0, 6, 21, 43): the amplitude times the
+ *   quantisation step 2^s, s from the quantisation number (blockParam bits 16..19) and class
+ *   (bits 4..5) as DV tabulates them (class 3 one step coarser), divided by the DCT weight
+ *   W = w(v) w(h) / 2 (8x8 mode) or w(2k) w(h) / 2 (2-4-8 mode, vertical frequency k = row & 3),
+ *   with w(0) = 1, w(1) = CS4 / (4 CS7 CS2), w(2) = CS4 / (2 CS6), w(3) = 1 / (2 CS5),
+ *   w(4) = 7/8, w(5) = CS4 / CS3, w(6) = CS4 / CS2, w(7) = CS4 / CS1, CSm = cos(m pi / 16).
+ *   The inverse weights are 14-bit fixed point; each product rounds half up and saturates to
+ *   16 bits.
+ * 8x8 blocks then go through zepiDCT8x8Inv_*; 2-4-8 blocks (mode bit 6 of blockParam) through
+ * zepiDCT2x4x8Inv_*, whose input rows 0..3 hold the field-sum and rows 4..7 the field-difference
+ * coefficients (vertical frequencies 0..3 each), columns the horizontal frequencies; output line
+ * 2z is (sum + difference) / 2 and line 2z + 1 (sum - difference) / 2 of field line z. The 2-4-8
+ * transform: rows through c(h)/2 cos((2x+1) h pi/16) in Q13 kept to 3 fractional bits, columns
+ * through c(k)/2 cos((2z+1) k pi/8) in Q13, results rounded half up; the 16s form saturates to
+ * 16 bits, the 8u form clamps to 0..255.
+ * Checks: null pointers (zepStatusNullPtr). */
+ZEPVC_API ZepStatus zepiQuantWeightBlockInv_DV_16s_C1I(Zep16s* pSrcDst, Zep32u blockParam, const Zep32s* pScanTables);
+ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s_C1I(Zep16s* pSrcDst);
+ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s8u_C1R(const Zep16s* pSrc, Zep8u* pDst, Zep32s dstStep);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_DV_H */
