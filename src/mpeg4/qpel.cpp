@@ -21,7 +21,11 @@ void fill_ref(QpelFn (&t)[16], std::integer_sequence<int, P...>) {
 void qpel_init(QpelDsp& t, Isa level) {
     fill_ref<8>(t.luma[qpel_size_class(8)], std::make_integer_sequence<int, 16>{});
     fill_ref<16>(t.luma[qpel_size_class(16)], std::make_integer_sequence<int, 16>{});
+#if ZEPVC_HAVE_X86
+    if (level >= Isa::SSSE3) qpel_install_ssse3(t);
+#else
     (void)level;
+#endif
 }
 
 ZEP_TABLE_INIT_PRIORITY const QpelDsp g_qpel_active = build_active_table(qpel_init);

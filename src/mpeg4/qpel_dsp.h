@@ -25,4 +25,8 @@ void qpel_init(QpelDsp& t, Isa level);
 extern const QpelDsp g_qpel_active __attribute__((visibility("hidden")));
 inline const QpelDsp& qpel_dsp() { return g_qpel_active; }
 
+#if ZEPVC_HAVE_X86
+void qpel_install_ssse3(QpelDsp& t);
+#endif
+
 }  // namespace zep
