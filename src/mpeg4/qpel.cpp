@@ -23,6 +23,7 @@ void qpel_init(QpelDsp& t, Isa level) {
     fill_ref<16>(t.luma[qpel_size_class(16)], std::make_integer_sequence<int, 16>{});
 #if ZEPVC_HAVE_X86
     if (level >= Isa::SSSE3) qpel_install_ssse3(t);
+    if (level >= Isa::AVX2) qpel_install_avx2(t);
 #else
     (void)level;
 #endif

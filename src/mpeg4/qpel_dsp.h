@@ -27,6 +27,7 @@ inline const QpelDsp& qpel_dsp() { return g_qpel_active; }
 
 #if ZEPVC_HAVE_X86
 void qpel_install_ssse3(QpelDsp& t);
+void qpel_install_avx2(QpelDsp& t);
 #endif
 
 }  // namespace zep
