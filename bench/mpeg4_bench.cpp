@@ -9,6 +9,7 @@
 #include "../tests/mpeg4/vlc_codes.h"
 #include "mpeg4/filter_dsp.h"
 #include "mpeg4/obmc_dsp.h"
+#include "mpeg4/qpel_dsp.h"
 #include "mpeg4/quant_dsp.h"
 #include "zepvc.h"
 
@@ -116,5 +117,29 @@ zb::Case obmc(zep::Isa level) {
 }
 
 const zb::Register o0("mpeg4", "H.263 OBMC 8x8", [](zep::Isa l) { return obmc(l); });
+
+}  // namespace
+
+// ---------------------------------------------------------------- quarter-sample interpolation
+
+namespace {
+
+// One run predicts the block at all sixteen fractions in turn, so the figure
+// is the mean over positions (from a plain copy to the four-plane diagonals).
+zb::Case qpel(zep::Isa level, int n) {
+    auto t = std::make_shared<zep::QpelDsp>(zep::build_table(zep::qpel_init, level));
+    auto src = zb::random_buffer(32 * 17, 95);
+    auto dst = zb::random_buffer(16 * 16 * 16, 96);
+    return {[=] {
+                for (int pos = 0; pos < 16; ++pos)
+                    t->luma[zep::qpel_size_class(n)][pos](src->at(), 32, dst->at(static_cast<size_t>(pos) * 256), 16,
+                                                          pos & 1);
+            },
+            [=] { return zb::hash_bytes(dst->at(), 16 * 256); },
+            16};
+}
+
+const zb::Register qp0("mpeg4", "MPEG-4 QPel interpolation 8x8", [](zep::Isa l) { return qpel(l, 8); });
+const zb::Register qp1("mpeg4", "MPEG-4 QPel interpolation 16x16", [](zep::Isa l) { return qpel(l, 16); });
 
 }  // namespace

@@ -1,4 +1,5 @@
-/* zepvc MPEG-4 Part 2, H.263 and H.261: quantisation and coefficient decoding. Included by zepvc.h. */
+/* zepvc MPEG-4 Part 2, H.263 and H.261: quantisation, coefficient coding, loop filters and motion
+ * compensation. Included by zepvc.h. */
 #ifndef ZEPVC_MPEG4_H
 #define ZEPVC_MPEG4_H
 
@@ -186,6 +187,29 @@ ZEPVC_API ZepStatus zepiOBMC8x8_H263_8u_C1R(const Zep8u* pSrcCur, Zep32s srcCurS
                                             Zep32s srcTopStep, const Zep8u* pSrcBottom, Zep32s srcBottomStep,
                                             const Zep8u* pSrcLeft, Zep32s srcLeftStep, const Zep8u* pSrcRight,
                                             Zep32s srcRightStep, Zep8u* pDst, Zep32s dstStep);
+
+/* ---- Quarter-sample luma interpolation (MPEG-4 Advanced Simple profile) ----
+ * The N x N prediction (roiSize 8x8 or 16x16) at the quarter-sample fraction dx, dy (0..3 each)
+ * right of and below pSrc, the reference sample at the vector's integer part. The prediction is
+ * built from the (N + 1) x (N + 1) samples at pSrc alone, and nothing else is read: the 8-tap
+ * half-sample filter [-1 3 -6 20 20 -6 3 -1] / 32 mirrors that area at its edges (sample -1 - i
+ * stands for sample i, sample N + 1 + i for sample N - i), so the caller needs no picture padding
+ * beyond the block's own extra column and row.
+ * - Half samples: (sum + 16 - roundControl) >> 5, clipped to 0..255. The centre (half in both
+ *   directions) is the vertical filter run over the clipped horizontal half samples of rows 0..N.
+ * - Quarter samples: bilinear interpolation on that half-sample grid. A position a quarter off in
+ *   one direction averages the two grid samples beside it, (a + b + 1 - roundControl) >> 1; a
+ *   quarter off in both, the four corners of its grid cell, (a + b + c + d + 2 - roundControl) >> 2
+ *   (one rounding, not an average of averages).
+ * - roundControl: only bit 0 is used, as in the half-sample family (0 rounds halves up, 1 down); it
+ *   applies to the filter and to every average.
+ * Chroma stays bilinear: the half-sample functions of zepvc_mc.h predict it.
+ * Checks, nothing written on failure: null pointers (zepStatusNullPtr); a step below 1, srcStep not
+ * beyond roiSize.width (the extra column) or dstStep below it (zepStatusBadStep); roiSize other than
+ * 8x8 or 16x16 (zepStatusBadSize); dx or dy outside 0..3 (zepStatusBadArg). */
+ZEPVC_API ZepStatus zepiInterpolateLumaQP_MPEG4_8u_C1R(const Zep8u* pSrc, Zep32s srcStep, Zep8u* pDst,
+                                                       Zep32s dstStep, Zep32s dx, Zep32s dy, ZepSize roiSize,
+                                                       Zep32s roundControl);
 
 ZEPVC_EXTERN_C_END
 
