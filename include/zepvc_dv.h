@@ -78,8 +78,8 @@ ZEPVC_API ZepStatus zepiHuffmanDecodeSegmentOnePass_DV_8u16s(const Zep8u* pStrea
  * zepiDCT2x4x8Inv_*, whose input rows 0..3 hold the field-sum and rows 4..7 the field-difference
  * coefficients (vertical frequencies 0..3 each), columns the horizontal frequencies; output line
  * 2z is (sum + difference) / 2 and line 2z + 1 (sum - difference) / 2 of field line z. The 2-4-8
- * transform: rows through c(h)/2 cos((2x+1) h pi/16) in Q13 kept to 3 fractional bits, columns
- * through c(k)/2 cos((2z+1) k pi/8) in Q13, results rounded half up; the 16s form saturates to
+ * transform: rows through c(h)/2 cos((2x+1) h pi/16) in Q15 kept to 6 fractional bits, columns
+ * through c(k)/2 cos((2z+1) k pi/8) in Q15, results rounded half up; the 16s form saturates to
  * 16 bits, the 8u form clamps to 0..255.
  * Checks: null pointers (zepStatusNullPtr). */
 ZEPVC_API ZepStatus zepiQuantWeightBlockInv_DV_16s_C1I(Zep16s* pSrcDst, Zep32u blockParam, const Zep32s* pScanTables);

@@ -58,17 +58,17 @@ const InverseWeights& inverse_weights() {
     return t;
 }
 
-// 2-4-8 bases in Q13: horizontal c(h)/2 cos((2x+1) h pi / 16), vertical (4 points) c(k)/2 cos((2z+1) k pi / 8).
+// 2-4-8 bases in Q15: horizontal c(h)/2 cos((2x+1) h pi / 16), vertical (4 points) c(k)/2 cos((2z+1) k pi / 8).
 struct Bases248 {
     int32_t h[8][8], v[4][4];
     Bases248() {
         for (int x = 0; x < 8; ++x)
             for (int k = 0; k < 8; ++k)
-                h[x][k] = static_cast<int32_t>(std::lround(8192 * (k ? 0.5 : 0.5 / std::sqrt(2.0)) *
+                h[x][k] = static_cast<int32_t>(std::lround(32768 * (k ? 0.5 : 0.5 / std::sqrt(2.0)) *
                                                            std::cos((2 * x + 1) * k * std::numbers::pi / 16)));
         for (int z = 0; z < 4; ++z)
             for (int k = 0; k < 4; ++k)
-                v[z][k] = static_cast<int32_t>(std::lround(8192 * (k ? 0.5 : 0.5 / std::sqrt(2.0)) *
+                v[z][k] = static_cast<int32_t>(std::lround(32768 * (k ? 0.5 : 0.5 / std::sqrt(2.0)) *
                                                            std::cos((2 * z + 1) * k * std::numbers::pi / 8)));
     }
 };
@@ -77,7 +77,7 @@ const Bases248& bases248() {
     return t;
 }
 
-// The 2-4-8 inverse: each row through the 8-point basis (kept with 3
+// The 2-4-8 inverse: each row through the 8-point basis (kept with 6
 // fractional bits), then per column the field sum and difference through the
 // 4-point basis, recombined into the two fields' lines.
 template <class Store>
@@ -88,7 +88,7 @@ void idct248(const Zep16s* in, Store store) {
         for (int x = 0; x < 8; ++x) {
             int64_t s = 0;
             for (int k = 0; k < 8; ++k) s += static_cast<int64_t>(in[8 * r + k]) * b.h[x][k];
-            t[r][x] = static_cast<int32_t>((s + (1 << 9)) >> 10);
+            t[r][x] = static_cast<int32_t>((s + (1 << 8)) >> 9);
         }
     for (int x = 0; x < 8; ++x)
         for (int z = 0; z < 4; ++z) {
@@ -97,8 +97,8 @@ void idct248(const Zep16s* in, Store store) {
                 s += static_cast<int64_t>(t[k][x]) * b.v[z][k];
                 d += static_cast<int64_t>(t[4 + k][x]) * b.v[z][k];
             }
-            store(2 * z, x, static_cast<int32_t>((s + d + (1 << 15)) >> 16));
-            store(2 * z + 1, x, static_cast<int32_t>((s - d + (1 << 15)) >> 16));
+            store(2 * z, x, static_cast<int32_t>((s + d + (1 << 20)) >> 21));
+            store(2 * z + 1, x, static_cast<int32_t>((s - d + (1 << 20)) >> 21));
         }
 }
 
