@@ -65,8 +65,10 @@ ZEPVC_API ZepStatus zepiHuffmanDecodeSegmentOnePass_DV_8u16s(const Zep8u* pStrea
  * positions) becomes, in place, the coefficients the inverse DCT of its mode takes:
  * - DC: 4 x DC + 1024 (the DC is sent as a quarter of the coefficient of the samples less 128;
  *   1024 puts the 128 back).
- * - AC at scan position i (the scan of the block's mode from pScanTables, as given to the
- *   segment decoder; areas 0..3 begin at scan positions 0, 6, 21, 43): the amplitude times the
+ * - AC at scan position i of DV's scan for the block's mode (areas 0..3 begin at scan positions
+ *   0, 6, 21, 43; the 8x8 scan is the zig-zag, the 2-4-8 scan in the row layout below visits
+ *   0, 32, 1, 33, 8, 40, 2, 34, 9, 41, 16, 48, 24, 56, 17, 49, ...: each field-sum coefficient
+ *   followed by its field-difference twin): the amplitude times the
  *   quantisation step 2^s, s from the quantisation number (blockParam bits 16..19) and class
  *   (bits 4..5) as DV tabulates them (class 3 one step coarser), divided by the DCT weight
  *   W = w(v) w(h) / 2 (8x8 mode) or w(2k) w(h) / 2 (2-4-8 mode, vertical frequency k = row & 3),
@@ -82,7 +84,7 @@ ZEPVC_API ZepStatus zepiHuffmanDecodeSegmentOnePass_DV_8u16s(const Zep8u* pStrea
  * through c(k)/2 cos((2z+1) k pi/8) in Q15, results rounded half up; the 16s form saturates to
  * 16 bits, the 8u form clamps to 0..255.
  * Checks: null pointers (zepStatusNullPtr). */
-ZEPVC_API ZepStatus zepiQuantWeightBlockInv_DV_16s_C1I(Zep16s* pSrcDst, Zep32u blockParam, const Zep32s* pScanTables);
+ZEPVC_API ZepStatus zepiQuantWeightBlockInv_DV_16s_C1I(Zep16s* pSrcDst, Zep32u blockParam);
 ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s_C1I(Zep16s* pSrcDst);
 ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s8u_C1R(const Zep16s* pSrc, Zep8u* pDst, Zep32s dstStep);
 

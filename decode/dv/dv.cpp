@@ -20,10 +20,10 @@ constexpr Zep32s kScan88[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 
                                 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
                                 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
 // The 2-4-8 scan pairs each field-sum coefficient with its field-difference twin.
-constexpr Zep32s kScan248Interleaved[64] = {0,  8,  1,  9,  16, 24, 2,  10, 17, 25, 32, 40, 48, 56, 33, 41,
-                                            18, 26, 3,  11, 4,  12, 19, 27, 34, 42, 49, 57, 50, 58, 35, 43,
-                                            20, 28, 5,  13, 6,  14, 21, 29, 36, 44, 51, 59, 52, 60, 37, 45,
-                                            22, 30, 7,  15, 23, 31, 38, 46, 53, 61, 54, 62, 39, 47, 55, 63};
+constexpr Zep32s kScan248[64] = {0,  32, 1,  33, 8,  40, 2,  34, 9,  41, 16, 48, 24, 56, 17, 49,
+                                 10, 42, 3,  35, 4,  36, 11, 43, 18, 50, 25, 57, 26, 58, 19, 51,
+                                 12, 44, 5,  37, 6,  38, 13, 45, 20, 52, 27, 59, 28, 60, 21, 53,
+                                 14, 46, 7,  39, 15, 47, 22, 54, 29, 61, 30, 62, 23, 55, 31, 63};
 
 // Where each super block's macroblocks come from: the five macroblocks of a
 // video segment belong to super blocks in rows (sequence + kRowOffset[j]) and columns kColumn[j].
@@ -64,8 +64,7 @@ struct Decoder::Impl {
         if (zepiInitAllocHuffmanTable_DV_32u(a.data(), b.data(), &table) != zepStatusOk) throw std::bad_alloc();
         for (int i = 0; i < 64; ++i) {
             scans[i] = kScan88[i];
-            const int p = kScan248Interleaved[i], row = p / 8;
-            scans[64 + i] = 8 * ((row & 1) ? 4 + row / 2 : row / 2) + p % 8;
+            scans[64 + i] = kScan248[i];
         }
     }
     ~Impl() {
@@ -75,7 +74,7 @@ struct Decoder::Impl {
     // One 8x8 block's samples into a plane.
     void put(int k, uint8_t* dst, int stride) {
         Zep16s* blk = blocks + 64 * k;
-        if (zepiQuantWeightBlockInv_DV_16s_C1I(blk, params[k], scans) != zepStatusOk) fail("DV block");
+        if (zepiQuantWeightBlockInv_DV_16s_C1I(blk, params[k]) != zepStatusOk) fail("DV block");
         if (params[k] & 0x40) zepiDCT2x4x8Inv_16s8u_C1R(blk, dst, stride);
         else zepiDCT8x8Inv_16s8u_C1R(blk, dst, stride);
     }
