@@ -12,16 +12,20 @@
 #include <utility>
 #include <vector>
 
-#include "dv_codes.h"
+#include "dv/dv_codes.h"
 #include "zepvc.h"
 
 namespace dvt {
+
+// The code table is the example decoder's generated one.
+using zdec::dv::Code;
+using zdec::dv::kCodes;
 
 // ---- source tables as the header describes, from the standard's codes
 inline std::vector<Zep32u> source_table(bool second) {
     const int width = second ? 11 : 8;
     std::map<int, std::vector<std::array<Zep32u, 3>>> byLen;
-    for (const dvt::Code& c : dvt::kCodes) {
+    for (const Code& c : kCodes) {
         std::string code = c.code;
         if ((code.size() > 8) != second) continue;
         if (second) code = code.substr(4);  // every long code begins with 1111
@@ -39,7 +43,7 @@ inline std::vector<Zep32u> source_table(bool second) {
 
 // ---- the test-side encoder
 inline std::string code_for(int run, int amp) {
-    for (const dvt::Code& c : dvt::kCodes)
+    for (const Code& c : kCodes)
         if (c.run == run && c.amp == amp) return c.code;
     return "";
 }

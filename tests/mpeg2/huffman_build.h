@@ -9,34 +9,23 @@
 #include <utility>
 #include <vector>
 
-#include "code_tables.h"
+#include "mpeg2/code_tables.h"
+#include "vlc_desc.h"
 #include "zepvc.h"
 
 namespace mpeg2t {
 
-using CodeList = std::vector<std::pair<std::string, std::vector<int>>>;
-
-// Description: ignored word, lookup levels, then the codes grouped by length.
-inline std::vector<Zep32s> describe(const CodeList& codes, const std::vector<int>& levels) {
-    std::vector<Zep32s> d = {0, static_cast<Zep32s>(levels.size())};
-    d.insert(d.end(), levels.begin(), levels.end());
-    size_t maxLen = 0;
-    for (auto& c : codes) maxLen = std::max(maxLen, c.first.size());
-    for (size_t len = 1; len <= maxLen; ++len) {
-        std::vector<Zep32s> recs;
-        int n = 0;
-        for (auto& [code, payload] : codes)
-            if (code.size() == len) {
-                recs.push_back(static_cast<Zep32s>(std::stoul(code, nullptr, 2)));
-                recs.insert(recs.end(), payload.begin(), payload.end());
-                ++n;
-            }
-        d.push_back(n);
-        d.insert(d.end(), recs.begin(), recs.end());
-    }
-    d.push_back(-1);
-    return d;
-}
+// The code tables are the example decoder's generated ones.
+using zdec::CodeList;
+using zdec::describe;
+using zdec::mpeg2::DcCode;
+using zdec::mpeg2::kAlternate;
+using zdec::mpeg2::kB14;
+using zdec::mpeg2::kB15;
+using zdec::mpeg2::kDcChroma;
+using zdec::mpeg2::kDcLuma;
+using zdec::mpeg2::kZigzag;
+using zdec::mpeg2::RlCode;
 
 template <size_t N>
 CodeList run_level_codes(const RlCode (&codes)[N]) {
