@@ -293,6 +293,7 @@ struct Decoder::Impl {
         if (pic_type != kB) {
             if (waiting) output(waiting);
             waiting = nullptr;
+            if (pic_type == kP && !future) fail("P picture without a reference picture");
             Frame* f = free_frame();
             past = future;
             future = f;
