@@ -90,6 +90,116 @@ TEST(H264Decoder, RefusesToolsOutsideItsScopeByName) {
     }
 }
 
+// ---- rewriting a Baseline stream's sequence parameter set to picture order count type 1
+
+struct BitWriter {
+    std::vector<uint8_t> out;
+    int bits = 0;
+    void put(uint32_t v, int n) {
+        for (int i = n - 1; i >= 0; --i) {
+            if (bits % 8 == 0) out.push_back(0);
+            out.back() |= static_cast<uint8_t>(((v >> i) & 1) << (7 - bits % 8));
+            ++bits;
+        }
+    }
+    void ue(uint32_t v) {
+        const uint32_t x = v + 1;
+        const int len = 32 - __builtin_clz(x);
+        put(0, len - 1);
+        put(x, len);
+    }
+    void se(int v) { ue(v > 0 ? static_cast<uint32_t>(2 * v - 1) : static_cast<uint32_t>(-2 * v)); }
+};
+
+struct BitReader {
+    const std::vector<uint8_t>& in;
+    size_t pos = 0;
+    uint32_t get(int n) {
+        uint32_t v = 0;
+        for (int i = 0; i < n; ++i, ++pos) v = (v << 1) | ((in[pos / 8] >> (7 - pos % 8)) & 1);
+        return v;
+    }
+    uint32_t ue() {
+        int zeros = 0;
+        while (get(1) == 0) ++zeros;
+        return (1u << zeros) - 1 + get(zeros);
+    }
+};
+
+// Replaces every SPS of type 2 order counts with a type 1 one whose cycle
+// gives reference frames the deltas {1, 5, 2}: the frames keep their order.
+std::vector<uint8_t> to_poc_type1(const std::vector<uint8_t>& s) {
+    std::vector<uint8_t> out;
+    size_t i = 0;
+    while (i < s.size()) {
+        const bool sc = i + 3 < s.size() && s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1;
+        if (!sc || (s[i + 3] & 31) != 7) {
+            out.push_back(s[i++]);
+            continue;
+        }
+        size_t end = i + 4;
+        while (end + 2 < s.size() && !(s[end] == 0 && s[end + 1] == 0 && (s[end + 2] == 1 || s[end + 2] == 0))) ++end;
+        if (end + 2 >= s.size()) end = s.size();
+        std::vector<uint8_t> rbsp;
+        for (size_t k = i + 4; k < end; ++k) {
+            if (k >= i + 6 && s[k] == 3 && s[k - 1] == 0 && s[k - 2] == 0) continue;
+            rbsp.push_back(s[k]);
+        }
+        BitReader r{rbsp};
+        BitWriter w;
+        w.put(r.get(24), 24);                  // profile, constraints, level
+        w.ue(r.ue());                          // seq_parameter_set_id
+        w.ue(r.ue());                          // log2_max_frame_num_minus4
+        EXPECT_EQ(r.ue(), 2u);                 // pic_order_cnt_type
+        w.ue(1);
+        w.put(1, 1);                           // delta_pic_order_always_zero_flag
+        w.se(0);                               // offset_for_non_ref_pic
+        w.se(0);                               // offset_for_top_to_bottom_field
+        w.ue(3);
+        for (int d : {1, 5, 2}) w.se(d);
+        size_t last_one = rbsp.size() * 8 - 1;  // the stop bit
+        while (!((rbsp[last_one / 8] >> (7 - last_one % 8)) & 1)) --last_one;
+        while (r.pos < last_one) w.put(r.get(1), 1);
+        w.put(1, 1);
+        while (w.bits % 8) w.put(0, 1);
+        out.insert(out.end(), {0, 0, 1, s[i + 3]});
+        int zeros = 0;
+        for (uint8_t b : w.out) {
+            if (zeros >= 2 && b <= 3) out.push_back(3), zeros = 0;
+            out.push_back(b);
+            zeros = b == 0 ? zeros + 1 : 0;
+        }
+        i = end;
+    }
+    return out;
+}
+
+TEST(H264Decoder, PictureOrderCountType1GivesTheSameFrames) {
+    const std::vector<uint8_t> s = load("baseline_p.264");
+    ASSERT_FALSE(s.empty());
+    auto frames = [](const std::vector<uint8_t>& stream, std::string& err) {
+        std::vector<uint8_t> all;
+        zdec::h264::Decoder d;
+        d.on_frame = [&](const zdec::h264::FrameOut& f) {
+            for (int y = 0; y < f.height; ++y) all.insert(all.end(), f.y + y * f.stride, f.y + y * f.stride + f.width);
+        };
+        try {
+            d.decode_stream(stream.data(), stream.size());
+            d.flush();
+        } catch (const zdec::DecodeError& e) {
+            err = e.what();
+        }
+        return all;
+    };
+    std::string e1, e2;
+    const std::vector<uint8_t> a = frames(s, e1);
+    const std::vector<uint8_t> b = frames(to_poc_type1(s), e2);
+    EXPECT_EQ(e1, "");
+    EXPECT_EQ(e2, "");
+    ASSERT_FALSE(a.empty());
+    EXPECT_TRUE(a == b) << "type 1 order counts changed the output";
+}
+
 TEST(H264Decoder, StreamsThatAreNotH264OrLackTheirStartAreRefused) {
     const std::vector<uint8_t> s = load("baseline_p.264");
     ASSERT_GT(s.size(), 100u);
