@@ -127,7 +127,8 @@ struct BitReader {
 };
 
 // Replaces every SPS of type 2 order counts with a type 1 one whose cycle
-// gives reference frames the deltas {1, 5, 2}: the frames keep their order.
+// gives reference frames the deltas {1, 5, 2}, and drops its VUI: the frames
+// must still come out in decoding order.
 std::vector<uint8_t> to_poc_type1(const std::vector<uint8_t>& s) {
     std::vector<uint8_t> out;
     size_t i = 0;
@@ -157,10 +158,19 @@ std::vector<uint8_t> to_poc_type1(const std::vector<uint8_t>& s) {
         w.se(0);                               // offset_for_top_to_bottom_field
         w.ue(3);
         for (int d : {1, 5, 2}) w.se(d);
-        size_t last_one = rbsp.size() * 8 - 1;  // the stop bit
-        while (!((rbsp[last_one / 8] >> (7 - last_one % 8)) & 1)) --last_one;
-        while (r.pos < last_one) w.put(r.get(1), 1);
+        w.ue(r.ue());                          // max_num_ref_frames
+        w.put(r.get(1), 1);                    // gaps_in_frame_num_value_allowed_flag
+        w.ue(r.ue());                          // pic_width_in_mbs_minus1
+        w.ue(r.ue());                          // pic_height_in_map_units_minus1
+        EXPECT_EQ(r.get(1), 1u);               // frame_mbs_only_flag
         w.put(1, 1);
+        w.put(r.get(1), 1);                    // direct_8x8_inference_flag
+        const uint32_t crop = r.get(1);
+        w.put(crop, 1);
+        for (int k = 0; k < (crop ? 4 : 0); ++k) w.ue(r.ue());
+        // No VUI: without its reorder limit, output waits for picture order, so order counts matter.
+        w.put(0, 1);
+        w.put(1, 1);                           // stop bit
         while (w.bits % 8) w.put(0, 1);
         out.insert(out.end(), {0, 0, 1, s[i + 3]});
         int zeros = 0;
