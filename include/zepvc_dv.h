@@ -88,6 +88,46 @@ ZEPVC_API ZepStatus zepiQuantWeightBlockInv_DV_16s_C1I(Zep16s* pSrcDst, Zep32u b
 ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s_C1I(Zep16s* pSrcDst);
 ZEPVC_API ZepStatus zepiDCT2x4x8Inv_16s8u_C1R(const Zep16s* pSrc, Zep8u* pDst, Zep32s dstStep);
 
+/* ---- Macroblocks into a packed 4:2:2 picture ----
+ * pSrc: the blocks of decoded macroblocks as samples (the inverse DCT's 16s output, saturated
+ * here to 0..255), 64 row-major values a block, in the segment decoder's order: per macroblock
+ * Y0, Y1, Y2, Y3, Cr, Cb; the 5MBDV forms take a whole segment (30 blocks), the EdgeDV forms
+ * one macroblock (6 blocks). The picture is packed 4:2:2, each pixel pair written as
+ * Y0 Cb Y1 Cr; pDst[k] (EdgeDV: pDst) is the first byte of macroblock k's place in it and
+ * dstStep its row step in bytes.
+ * Shapes: 4:1:1 (525/60) macroblocks are 32x8, the four luma blocks side by side, each chroma
+ * sample serving two pixel pairs; the right-edge 525/60 macroblocks (EdgeDV) are 16x16, luma
+ * 2x2, each chroma block's left four columns serving the top eight lines and its right four the
+ * bottom eight; 4:2:0 (625/50) macroblocks are 16x16, luma 2x2, each chroma line serving two
+ * lines.
+ * ZoomOut2/4/8 write the macroblock reduced 2, 4 or 8 times in each direction (a 32x8
+ * macroblock at 1/8 is 4x1 pixels): every output luma sample and every output Cb or Cr sample
+ * is the rounded mean ((sum + n/2) / n) of the n = z x z full-size 4:2:2 samples it covers; at
+ * 1/8 each luma sample is its block's mean, which suits previews from DC-only decoding.
+ * Checks: pSrc, pDst or any pDst[k] null (zepStatusNullPtr); dstStep below the bytes of one
+ * output row of the macroblock (zepStatusBadStep). */
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5], Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut2_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut4_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut8_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb420ToYCbCr422_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5], Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb420ToYCbCr422_ZoomOut2_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb420ToYCbCr422_ZoomOut4_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb420ToYCbCr422_ZoomOut8_5MBDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst[5],
+                                                                    Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_EdgeDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst, Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut2_EdgeDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst,
+                                                                     Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut4_EdgeDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst,
+                                                                     Zep32s dstStep);
+ZEPVC_API ZepStatus zepiYCrCb411ToYCbCr422_ZoomOut8_EdgeDV_16s8u_P3C2R(const Zep16s* pSrc, Zep8u* pDst,
+                                                                     Zep32s dstStep);
+
 ZEPVC_EXTERN_C_END
 
 #endif /* ZEPVC_DV_H */
