@@ -61,8 +61,33 @@ public:
         words_.assign(payload_words + kPadWords, 0);
         std::fill(words_.begin() + static_cast<ptrdiff_t>(payload_words), words_.end(), ~Zep32u{0});
         for (size_t i = 0; i < bytes_.size(); ++i) words_[i / 4] |= static_cast<Zep32u>(bytes_[i]) << (24 - 8 * (i % 4));
+        // The byte view gets the same one-bit padding (a block of codes read past the end stays bounded).
+        bytes_.resize(payload_words * 4, 0);
+        bytes_.resize(bytes_.size() + 4 * kPadWords, 0xFF);
         p_ = words_.data();
         off_ = 31;
+    }
+
+    // Moves to a bit position (clamped into the padding's start).
+    void set_pos(size_t bit) {
+        const size_t max = (words_.size() - 4) * 32;
+        if (bit > max) bit = max;
+        p_ = words_.data() + bit / 32;
+        off_ = 31 - static_cast<Zep32s>(bit % 32);
+    }
+
+    // Runs a library decoder that reads a byte stream (pointer to the byte
+    // holding the next bit and the bits of it already used, 0..7) from the
+    // current position, then continues after what it consumed.
+    template <class F>
+    ZepStatus bytes_call(F f) {
+        const size_t at = pos();
+        Zep8u* p = bytes_.data() + at / 8;
+        Zep32s off = static_cast<Zep32s>(at % 8);
+        const ZepStatus st = f(&p, &off);
+        if (st >= 0) set_pos(static_cast<size_t>(p - bytes_.data()) * 8 + static_cast<size_t>(off));
+        guard();
+        return st;
     }
 
     // Loads bytes as they are (MPEG start-code delimited data): every bit counts.

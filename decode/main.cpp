@@ -25,6 +25,7 @@
 #include "md5.h"
 #include "mpeg2/mpeg2.h"
 #include "dv/dv.h"
+#include "h261/h261.h"
 #ifdef ZEPVC_HAVE_ZLIB
 #include <zlib.h>
 #endif
@@ -69,6 +70,15 @@ void decode_dv(const std::vector<uint8_t>& data, const FrameFn& out) {
     d.decode_stream(data.data(), data.size());
 }
 
+void decode_h261(const std::vector<uint8_t>& data, const FrameFn& out) {
+    zdec::h261::Decoder d;
+    d.on_frame = [&](const zdec::h261::FrameOut& f) {
+        out(Frame{{f.y, f.cb, f.cr}, {f.stride, f.stride_c, f.stride_c}, {f.width, f.width / 2, f.width / 2},
+                  {f.height, f.height / 2, f.height / 2}});
+    };
+    d.decode_stream(data.data(), data.size());
+}
+
 struct Codec {
     const char* name;
     std::vector<std::string> extensions;
@@ -79,6 +89,7 @@ const Codec kCodecs[] = {
     {"mpeg2", {".m2v", ".mpg", ".mpeg", ".mpv"}, decode_mpeg2},
     {"mpeg1", {".m1v"}, decode_mpeg2},  // one decoder: the sequence extension tells them apart
     {"dv", {".dv", ".dif"}, decode_dv},
+    {"h261", {".261", ".h261"}, decode_h261},
 };
 
 const Codec* codec_by_name(const std::string& n) {
@@ -146,7 +157,7 @@ int usage() {
                  "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
                  "       zepvc_decode --md5 [--codec NAME] INPUT\n"
                  "       zepvc_decode --check LIST...\n"
-                 "codecs: h264, mpeg2, mpeg1, dv\n");
+                 "codecs: h264, mpeg2, mpeg1, dv, h261\n");
     return 2;
 }
 

@@ -8,6 +8,7 @@
 
 #include "h264/h264.h"
 #include "dv/dv.h"
+#include "h261/h261.h"
 #include "mpeg2/mpeg2.h"
 
 namespace {
@@ -313,6 +314,25 @@ TEST(DvDecoder, RefusesWhatIsNotWholeDvFrames) {
     std::vector<uint8_t> moved = s;
     moved[0] = 0x3F;  // the header's section type made a video block's
     EXPECT_NE(decode<zdec::dv::Decoder>(moved).message.find("header block"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(H261Decoder, DamagedStreamsEndCleanly) {
+    damage<zdec::h261::Decoder>("h261", {"qcif_moving.261", "cif.261"});
+}
+
+TEST(H261Decoder, RefusesWhatIsNotH261) {
+    const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
+    EXPECT_NE(decode<zdec::h261::Decoder>(text).message.find("no picture start code"), std::string::npos);
+    // A group number QCIF does not have.
+    std::vector<uint8_t> s = load("qcif_moving.261", "h261");
+    ASSERT_GT(s.size(), 8u);
+    ASSERT_EQ(s[6] >> 4, 1);  // the first group's number
+    s[6] = static_cast<uint8_t>((2 << 4) | (s[6] & 15));
+    EXPECT_NE(decode<zdec::h261::Decoder>(s).message.find("group of blocks number"), std::string::npos);
 }
 
 }  // namespace
