@@ -26,6 +26,7 @@
 #include "mpeg2/mpeg2.h"
 #include "dv/dv.h"
 #include "h261/h261.h"
+#include "h263/h263.h"
 #ifdef ZEPVC_HAVE_ZLIB
 #include <zlib.h>
 #endif
@@ -79,6 +80,15 @@ void decode_h261(const std::vector<uint8_t>& data, const FrameFn& out) {
     d.decode_stream(data.data(), data.size());
 }
 
+void decode_h263(const std::vector<uint8_t>& data, const FrameFn& out) {
+    zdec::h263::Decoder d;
+    d.on_frame = [&](const zdec::h263::FrameOut& f) {
+        const int cw = (f.width + 1) / 2, ch = (f.height + 1) / 2;
+        out(Frame{{f.y, f.cb, f.cr}, {f.stride, f.stride_c, f.stride_c}, {f.width, cw, cw}, {f.height, ch, ch}});
+    };
+    d.decode_stream(data.data(), data.size());
+}
+
 struct Codec {
     const char* name;
     std::vector<std::string> extensions;
@@ -90,6 +100,7 @@ const Codec kCodecs[] = {
     {"mpeg1", {".m1v"}, decode_mpeg2},  // one decoder: the sequence extension tells them apart
     {"dv", {".dv", ".dif"}, decode_dv},
     {"h261", {".261", ".h261"}, decode_h261},
+    {"h263", {".263", ".h263"}, decode_h263},
 };
 
 const Codec* codec_by_name(const std::string& n) {
@@ -157,7 +168,7 @@ int usage() {
                  "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
                  "       zepvc_decode --md5 [--codec NAME] INPUT\n"
                  "       zepvc_decode --check LIST...\n"
-                 "codecs: h264, mpeg2, mpeg1, dv, h261\n");
+                 "codecs: h264, mpeg2, mpeg1, dv, h261, h263\n");
     return 2;
 }
 

@@ -9,6 +9,7 @@
 #include "h264/h264.h"
 #include "dv/dv.h"
 #include "h261/h261.h"
+#include "h263/h263.h"
 #include "mpeg2/mpeg2.h"
 
 namespace {
@@ -333,6 +334,26 @@ TEST(H261Decoder, RefusesWhatIsNotH261) {
     ASSERT_EQ(s[6] >> 4, 1);  // the first group's number
     s[6] = static_cast<uint8_t>((2 << 4) | (s[6] & 15));
     EXPECT_NE(decode<zdec::h261::Decoder>(s).message.find("group of blocks number"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(H263Decoder, DamagedStreamsEndCleanly) {
+    damage<zdec::h263::Decoder>("h263", {"baseline.263", "advanced_prediction.263", "plus_aic.263", "plus_deblock.263"});
+}
+
+TEST(H263Decoder, RefusesWhatIsNotH263OrOutsideItsScope) {
+    const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
+    EXPECT_NE(decode<zdec::h263::Decoder>(text).message.find("no picture start code"), std::string::npos);
+    // PB-frames announced in the first picture's PTYPE (its last mode bit, bit 3 of byte 5).
+    std::vector<uint8_t> s = load("baseline.263", "h263");
+    ASSERT_GT(s.size(), 8u);
+    ASSERT_EQ(s[4] >> 2, 2);  // QCIF, I picture
+    s[5] |= 0x20;
+    EXPECT_NE(decode<zdec::h263::Decoder>(s).message.find("PB-frames"), std::string::npos);
+    EXPECT_NE(decode<zdec::h263::Decoder>(load("baseline.263", "h263"), 98).message.find("too large"), std::string::npos);
 }
 
 }  // namespace
