@@ -27,6 +27,7 @@
 #include "dv/dv.h"
 #include "h261/h261.h"
 #include "h263/h263.h"
+#include "mpeg4/mpeg4.h"
 #ifdef ZEPVC_HAVE_ZLIB
 #include <zlib.h>
 #endif
@@ -89,6 +90,15 @@ void decode_h263(const std::vector<uint8_t>& data, const FrameFn& out) {
     d.decode_stream(data.data(), data.size());
 }
 
+void decode_mpeg4(const std::vector<uint8_t>& data, const FrameFn& out) {
+    zdec::mpeg4::Decoder d;
+    d.on_frame = [&](const zdec::mpeg4::FrameOut& f) {
+        const int cw = (f.width + 1) / 2, ch = (f.height + 1) / 2;
+        out(Frame{{f.y, f.cb, f.cr}, {f.stride, f.stride_c, f.stride_c}, {f.width, cw, cw}, {f.height, ch, ch}});
+    };
+    d.decode_stream(data.data(), data.size());
+}
+
 struct Codec {
     const char* name;
     std::vector<std::string> extensions;
@@ -101,6 +111,7 @@ const Codec kCodecs[] = {
     {"dv", {".dv", ".dif"}, decode_dv},
     {"h261", {".261", ".h261"}, decode_h261},
     {"h263", {".263", ".h263"}, decode_h263},
+    {"mpeg4", {".m4v", ".cmp"}, decode_mpeg4},
 };
 
 const Codec* codec_by_name(const std::string& n) {
@@ -168,7 +179,7 @@ int usage() {
                  "usage: zepvc_decode [--codec NAME] INPUT OUTPUT\n"
                  "       zepvc_decode --md5 [--codec NAME] INPUT\n"
                  "       zepvc_decode --check LIST...\n"
-                 "codecs: h264, mpeg2, mpeg1, dv, h261, h263\n");
+                 "codecs: h264, mpeg2, mpeg1, dv, h261, h263, mpeg4\n");
     return 2;
 }
 

@@ -10,6 +10,7 @@
 #include "dv/dv.h"
 #include "h261/h261.h"
 #include "h263/h263.h"
+#include "mpeg4/mpeg4.h"
 #include "mpeg2/mpeg2.h"
 
 namespace {
@@ -354,6 +355,32 @@ TEST(H263Decoder, RefusesWhatIsNotH263OrOutsideItsScope) {
     s[5] |= 0x20;
     EXPECT_NE(decode<zdec::h263::Decoder>(s).message.find("PB-frames"), std::string::npos);
     EXPECT_NE(decode<zdec::h263::Decoder>(load("baseline.263", "h263"), 98).message.find("too large"), std::string::npos);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Mpeg4Decoder, DamagedStreamsEndCleanly) {
+    damage<zdec::mpeg4::Decoder>("mpeg4", {"h263_quant.m4v", "mv4_acpred.m4v", "packets.m4v", "custom_matrices.m4v"});
+}
+
+TEST(Mpeg4Decoder, RefusesWhatIsNotMpeg4OrOutsideItsScope) {
+    const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
+    EXPECT_NE(decode<zdec::mpeg4::Decoder>(text).message.find("no start code"), std::string::npos);
+    // VOPs without their object layer header.
+    const std::vector<uint8_t> s = load("h263_quant.m4v", "mpeg4");
+    size_t vop = 0;
+    for (size_t i = 0; i + 3 < s.size(); ++i)
+        if (s[i] == 0 && s[i + 1] == 0 && s[i + 2] == 1 && s[i + 3] == 0xB6) {
+            vop = i;
+            break;
+        }
+    ASSERT_GT(vop, 0u);
+    EXPECT_NE(decode<zdec::mpeg4::Decoder>(std::vector<uint8_t>(s.begin() + static_cast<ptrdiff_t>(vop), s.end()))
+                  .message.find("before any video object layer"),
+              std::string::npos);
+    EXPECT_NE(decode<zdec::mpeg4::Decoder>(s, 98).message.find("too large"), std::string::npos);
 }
 
 }  // namespace
