@@ -19,6 +19,8 @@ enc mv4_acpred.m4v "testsrc2=size=176x144:rate=25" 8 -qscale:v 4 -flags +mv4+aic
 enc packets.m4v "testsrc=size=176x144:rate=25" 8 -qscale:v 3 -ps 200
 enc q1.m4v "testsrc2=size=128x96:rate=25" 4 -qscale:v 1
 enc q31.m4v "testsrc2=size=176x144:rate=25" 8 -qscale:v 31
+enc partitioned.m4v "testsrc=size=176x144:rate=25" 8 -qscale:v 4 -data_partitioning 1
+enc partitioned_mv4_acpred.m4v "testsrc2=size=176x144:rate=25" 8 -qscale:v 4 -data_partitioning 1 -flags +mv4+aic -ps 400
 enc odd_size.m4v "testsrc2=size=120x88:rate=25" 6 -qscale:v 5 -flags +mv4
 : > "$out/psnr.txt"
 for s in "$out"/*.m4v; do

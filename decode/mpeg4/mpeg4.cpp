@@ -62,7 +62,7 @@ struct Decoder::Impl {
     VlcTable mcbpc_i{h263::codes(h263::kMcbpcI), {9}}, mcbpc_p{h263::codes(h263::kMcbpcP), {6, 7}},
         cbpy{h263::codes(h263::kCbpy), {6}}, mvd;
     // Object layer.
-    bool have_vol = false, mpeg_quant = false, resync = true;
+    bool have_vol = false, mpeg_quant = false, resync = true, partitioned = false, rvlc = false;
     int width = 0, height = 0, mbw = 0, mbh = 0, time_bits = 1, quant_bits = 5;
     uint8_t intra_matrix[64], inter_matrix[64];
     Spec intra_spec, inter_spec;
@@ -75,6 +75,8 @@ struct Decoder::Impl {
     bool intra_vop = true;
     int rounding = 0, fcode = 1, dc_thr = 0, qp = 1, packet = 0;
     alignas(16) Zep16s coef[64];
+    static constexpr int kNoDc = -(1 << 20);
+    bool found_marker = false;
 
     Impl() {
         CodeList c{{"1", {0}}};
@@ -131,7 +133,8 @@ struct Decoder::Impl {
         if (verid != 1 && b.flag()) throw Unsupported("quarter-sample motion (Advanced Simple)");
         if (!b.flag()) throw Unsupported("complexity estimation headers");
         resync = !b.flag();
-        if (b.flag()) throw Unsupported("data partitioning");
+        partitioned = b.flag();
+        rvlc = partitioned && b.flag();
         if (verid != 1) {
             if (b.flag()) throw Unsupported("NEWPRED");
             if (b.flag()) throw Unsupported("reduced-resolution VOPs");
@@ -205,6 +208,16 @@ struct Decoder::Impl {
         packet = 0;
         const int total = mbw * mbh;
         int addr = 0;
+        if (partitioned) {
+            while (addr < total) {
+                if (addr > 0) {
+                    found_marker = false;
+                    addr = maybe_packet(addr);
+                    if (!found_marker) fail("partitioned packet without a resync marker");
+                }
+                addr = partitioned_packet(addr);
+            }
+        }
         while (addr < total) {
             if (addr > 0 && resync) addr = maybe_packet(addr);
             macroblock(addr % mbw, addr / mbw);
@@ -255,7 +268,104 @@ struct Decoder::Impl {
         // Skipped-over macroblocks of a lost packet would stay unset; a conforming stream has none.
         for (int a = addr; a < mb; ++a) macroblock_not_coded(a % mbw, a / mbw);
         ++packet;
+        found_marker = true;
         return mb;
+    }
+
+    // One data-partitioned video packet from macroblock addr: the first partition (macroblock types, and
+    // the intra DCs of I-VOPs, or the vectors of P-VOPs) up to its marker, the second (AC prediction
+    // flags, patterns, quantiser changes, and the intra DCs of P-VOPs), then every block's
+    // coefficients, reversible codes if the layer says so. Returns the macroblock after the packet.
+    int partitioned_packet(int addr) {
+        Bits& b = bits;
+        struct Mb {
+            int addr, type, cbpc, cbp = 0;
+            bool ac_pred = false, skipped = false;
+            int qp = 0;
+            int dc[6] = {};
+        };
+        std::vector<Mb> list;
+        const Zep32u marker = intra_vop ? 0x6B001 : 0x1F001;  // DC marker, motion marker
+        const int marker_bits = intra_vop ? 19 : 17;
+        const int total = mbw * mbh;
+        while (b.peek(marker_bits) != marker) {
+            if (addr >= total) fail("partition runs past the last macroblock");
+            const int mx = addr % mbw, my = addr / mbw;
+            MbInfo& m = mbs[static_cast<size_t>(my * mbw + mx)];
+            m = MbInfo{};
+            m.packet = packet;
+            Mb e{addr, 0, 0};
+            if (!intra_vop && b.flag()) {
+                e.skipped = true;
+                m.qp = qp;
+                list.push_back(e);
+                ++addr;
+                continue;
+            }
+            int mcbpc;
+            do mcbpc = (intra_vop ? mcbpc_i : mcbpc_p).decode(b, "mcbpc");
+            while (mcbpc == h263::kStuffing);
+            e.type = mcbpc / 4;
+            e.cbpc = mcbpc % 4;
+            if (e.type == h263::kInter4VQ) throw Unsupported("four vectors with a quantiser change");
+            m.coded = true;
+            m.intra = e.type == h263::kIntra || e.type == h263::kIntraQ;
+            if (intra_vop) {
+                if (e.type == h263::kIntraQ) qp = std::clamp(qp + h263::kDquant[b.u(2)], 1, (1 << quant_bits) - 1);
+                e.qp = m.qp = qp;
+                if (qp < kDcVlcThreshold[dc_thr]) read_dcs(e.dc);
+            } else if (!m.intra) {
+                const int n = e.type == h263::kInter4V ? 4 : 1;
+                for (int k = 0; k < n; ++k) {
+                    int pred[2];
+                    predict_mv(mx, my, k, pred);
+                    m.mv[k][0] = read_mv(pred[0]);
+                    m.mv[k][1] = read_mv(pred[1]);
+                }
+                if (n == 1)
+                    for (int k = 1; k < 4; ++k) m.mv[k][0] = m.mv[0][0], m.mv[k][1] = m.mv[0][1];
+            }
+            list.push_back(e);
+            ++addr;
+            b.check();
+        }
+        b.skip(marker_bits);
+        for (Mb& e : list) {
+            if (e.skipped) continue;
+            MbInfo& m = mbs[static_cast<size_t>(e.addr)];
+            if (m.intra) e.ac_pred = b.flag();
+            const int y = cbpy.decode(b, "cbpy");
+            e.cbp = (m.intra ? y : 15 - y) << 2 | e.cbpc;
+            if (!intra_vop) {
+                if (e.type == h263::kInterQ || e.type == h263::kIntraQ)
+                    qp = std::clamp(qp + h263::kDquant[b.u(2)], 1, (1 << quant_bits) - 1);
+                e.qp = m.qp = qp;
+                if (m.intra && qp < kDcVlcThreshold[dc_thr]) read_dcs(e.dc);
+            }
+            b.check();
+        }
+        for (const Mb& e : list) {
+            const int mx = e.addr % mbw, my = e.addr / mbw;
+            MbInfo& m = mbs[static_cast<size_t>(e.addr)];
+            if (e.skipped) {
+                predict(mx, my, m);
+                continue;
+            }
+            qp = e.qp;
+            if (!m.intra) predict(mx, my, m, e.type == h263::kInter4V);
+            body(mx, my, m, e.cbp, e.ac_pred, qp < kDcVlcThreshold[dc_thr] ? e.dc : nullptr);
+            b.check();
+        }
+        return addr;
+    }
+
+    void read_dcs(int* dc) {
+        for (int i = 0; i < 6; ++i) {
+            Zep16s v = 0;
+            if (bits.bytes_call([&](Zep8u** p, Zep32s* off) { return zepiDecodeDCIntra_MPEG4_1u16s(p, off, &v, i < 4 ? 0 : 1); }) < 0)
+                fail("corrupt intra DC");
+            dc[i] = v;
+        }
     }
 
     const MbInfo* at(int mx, int my) const {
@@ -351,6 +461,13 @@ struct Decoder::Impl {
                 for (int k = 1; k < 4; ++k) m.mv[k][0] = m.mv[0][0], m.mv[k][1] = m.mv[0][1];
             predict(mx, my, m, n == 4);
         }
+        body(mx, my, m, cbp, ac_pred, nullptr);
+    }
+
+    // The six blocks of a macroblock whose prediction (if inter) is in place. dcs: the intra DC
+    // differentials read ahead (data partitioning), or null.
+    void body(int mx, int my, MbInfo& m, int cbp, bool ac_pred, const int* dcs) {
+        Bits& b = bits;
         uint8_t* dy = cur->y + static_cast<ptrdiff_t>(my * 16) * cur->stride + mx * 16;
         const ptrdiff_t co = static_cast<ptrdiff_t>(my * 8) * cur->stride_c + mx * 8;
         const bool dc_vlc = qp < kDcVlcThreshold[dc_thr];
@@ -361,11 +478,12 @@ struct Decoder::Impl {
             const int step = i < 4 ? cur->stride : cur->stride_c;
             Zep32s last = 0;
             if (m.intra) {
-                intra_block(mx, my, i, m, coded, ac_pred, dc_vlc);
+                intra_block(mx, my, i, m, coded, ac_pred, dc_vlc, dcs ? dcs[i] : kNoDc);
                 zepiDCT8x8Inv_16s8u_C1R(coef, dst, step);
             } else if (coded) {
                 if (b.bytes_call([&](Zep8u** p, Zep32s* off) {
-                        return zepiReconstructCoeffsInter_MPEG4_1u16s(p, off, coef, &last, 0, 0, inter_spec.get(), qp);
+                        return zepiReconstructCoeffsInter_MPEG4_1u16s(p, off, coef, &last, rvlc ? 1 : 0, 0,
+                                                                      inter_spec.get(), qp);
                     }) < 0)
                     fail("corrupt inter block");
                 zepiDCT8x8InvAdd_16s8u_C1IR(coef, dst, step);
@@ -395,7 +513,8 @@ struct Decoder::Impl {
         return n;
     }
 
-    void intra_block(int mx, int my, int i, MbInfo& m, bool coded, bool ac_pred, bool dc_vlc) {
+    // dc_given: the DC differential read earlier (data partitioning), else kNoDc.
+    void intra_block(int mx, int my, int i, MbInfo& m, bool coded, bool ac_pred, bool dc_vlc, int dc_given = kNoDc) {
         Bits& b = bits;
         const bool luma = i < 4;
         const int scaler = dc_scaler(qp, luma);
@@ -407,7 +526,9 @@ struct Decoder::Impl {
         const int scan = !ac_pred ? 0 : (from_above ? 2 : 1);
         std::fill(coef, coef + 64, Zep16s{0});
         Zep32s last = 0;
-        if (dc_vlc) {
+        if (dc_given != kNoDc) {
+            coef[0] = static_cast<Zep16s>(dc_given);
+        } else if (dc_vlc) {
             Zep16s dc = 0;
             if (b.bytes_call([&](Zep8u** p, Zep32s* off) { return zepiDecodeDCIntra_MPEG4_1u16s(p, off, &dc, luma ? 0 : 1); }) <
                 0)
@@ -415,7 +536,7 @@ struct Decoder::Impl {
             coef[0] = dc;
         }
         if (coded && b.bytes_call([&](Zep8u** p, Zep32s* off) {
-                         return zepiDecodeCoeffsIntra_MPEG4_1u16s(p, off, coef, &last, 0, dc_vlc ? 1 : 0, scan);
+                         return zepiDecodeCoeffsIntra_MPEG4_1u16s(p, off, coef, &last, rvlc ? 1 : 0, dc_vlc ? 1 : 0, scan);
                      }) < 0)
             fail("corrupt intra block");
         // DC: the differential plus the prediction in quantiser steps.

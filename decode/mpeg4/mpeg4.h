@@ -7,9 +7,10 @@
 // Scope: rectangular progressive I and P VOPs, one or four vectors,
 // unrestricted vectors, AC/DC prediction, resync markers and video packets
 // (header extension included), H.263 and MPEG quantisation with default or
-// custom matrices, rounding control, VOPs not coded. B-VOPs, sprites (GMC),
-// quarter-sample motion, interlace, shapes, scalability, data partitioning
-// and the other tools beyond Simple are refused with a "not supported" error.
+// custom matrices, rounding control, VOPs not coded, data partitioning with
+// or without reversible codes. B-VOPs, sprites (GMC), quarter-sample motion,
+// interlace, shapes, scalability and the other tools beyond Simple are
+// refused with a "not supported" error.
 //
 // Choices where the standard leaves the decoder free: damaged data ends
 // decoding with an error (no concealment); output is every VOP in decoding

@@ -362,7 +362,8 @@ TEST(H263Decoder, RefusesWhatIsNotH263OrOutsideItsScope) {
 namespace {
 
 TEST(Mpeg4Decoder, DamagedStreamsEndCleanly) {
-    damage<zdec::mpeg4::Decoder>("mpeg4", {"h263_quant.m4v", "mv4_acpred.m4v", "packets.m4v", "custom_matrices.m4v"});
+    damage<zdec::mpeg4::Decoder>(
+        "mpeg4", {"h263_quant.m4v", "mv4_acpred.m4v", "packets.m4v", "custom_matrices.m4v", "partitioned_mv4_acpred.m4v"});
 }
 
 TEST(Mpeg4Decoder, RefusesWhatIsNotMpeg4OrOutsideItsScope) {
