@@ -18,6 +18,7 @@ enc plus_aic.263 h263p "testsrc=size=176x144:rate=25" 8 -qscale:v 5 -flags +aic
 enc plus_obmc.263 h263p "testsrc=size=176x144:rate=25" 8 -qscale:v 5 -obmc 1
 enc plus_deblock.263 h263p "testsrc2=size=176x144:rate=25" 8 -qscale:v 9 -flags +loop
 enc plus_slices_motion.263 h263p "testsrc2=size=176x144:rate=25" 8 -qscale:v 5
+enc plus_unrestricted.263 h263p "testsrc=size=176x144:rate=25" 8 -qscale:v 4 -umv 1
 enc plus_custom_size.263 h263p "testsrc2=size=160x112:rate=25" 6 -qscale:v 3 -flags +aic+loop
 : > "$out/psnr.txt"
 for s in "$out"/*.263; do

@@ -139,7 +139,7 @@ struct Decoder::Impl {
                 if (ufep == 1) b.skip(8);  // clock conversion code
                 b.skip(2);                 // extended temporal reference
             }
-            if (plus_umv) throw Unsupported("H.263+ unrestricted vectors (their reversible vector codes)");
+            if (plus_umv && ufep == 1 && !b.flag()) b.skip(1);  // UUI: 1 unlimited, 01 limited range
             if (ss && ufep == 1 && b.u(2) != 0) throw Unsupported("rectangular or arbitrarily ordered slices");
         } else {
             fail("invalid source format");
@@ -277,6 +277,19 @@ struct Decoder::Impl {
     }
 
     int read_mv(int pred) {
+        if (plus_umv) {
+            // H.263+ unrestricted vectors: a reversible code, 1 for zero, else 0 then bits of
+            // 1x (x the next magnitude bit) interleaved with continuation flags, the last bit the sign.
+            Bits& b = bits;
+            if (b.flag()) return pred;
+            int code = 2 + static_cast<int>(b.u(1));
+            while (b.flag()) {
+                code = code * 2 + static_cast<int>(b.u(1));
+                if (code >= 32768) fail("vector difference out of range");
+            }
+            const int mag = code >> 1;
+            return code & 1 ? pred - mag : pred + mag;
+        }
         const int d = mvd.decode(bits, "MVD");
         int v = pred + d;
         if (!umv) {
@@ -331,6 +344,8 @@ struct Decoder::Impl {
                 predict_mv(mx, my, k, pred);
                 m.mv[k][0] = read_mv(pred[0]);
                 m.mv[k][1] = read_mv(pred[1]);
+                // A stuffing bit after differences of (1, 1), which could otherwise start a start code.
+                if (plus_umv && m.mv[k][0] - pred[0] == 1 && m.mv[k][1] - pred[1] == 1) b.skip(1);
                 if (n == 1)
                     for (int j = 1; j < 4; ++j) m.mv[j][0] = m.mv[0][0], m.mv[j][1] = m.mv[0][1];
             }
