@@ -114,7 +114,12 @@ ZepStatus quantinv_mpeg4_block(Zep16s* coef, int last, const void* spec, int qp,
     }
     const int first = intra ? 1 : 0;
     if (!s.matrixPresent) {
-        // The H.263 method, clamped to the bit depth's range; no mismatch control.
+        // The H.263 method, clamped to the bit depth's range; no mismatch control. At 8 bits the range
+        // is H.263's own, so its kernel serves.
+        if (s.bitsPerPixel == 8) {
+            if (last >= first) k.h263(coef, first, last, qp);
+            return zepStatusOk;
+        }
         for (int i = first; i <= last; ++i) {
             const int l = coef[i];
             if (l == 0) continue;
