@@ -1,5 +1,6 @@
 // Entry points of the block distortion metrics: checks, then one table call.
 #include "block/metrics_dsp.h"
+#include "block/metrics_entry.h"
 #include "frame/check.h"
 #include "zepvc.h"
 
@@ -48,23 +49,58 @@ namespace {
     return zepStatusOk;
 }
 
+// The table path of the load-time chosen entries: a CPU below every SIMD level.
+template <SadFn MetricsDsp::*Member>
+ZepStatus table_fixed(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pOut) {
+    return metric_fixed(metrics_dsp().*Member, pSrc, srcStep, pRef, refStep, pOut);
+}
+template <SadFn (MetricsDsp::*Member)[4]>
+ZepStatus table_modes(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pOut,
+                      Zep32s mcType) {
+    return metric_modes(metrics_dsp().*Member, pSrc, srcStep, pRef, refStep, pOut, mcType);
+}
+ZepStatus table_sad4x4(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pOut, Zep32s) {
+    return metric_fixed(metrics_dsp().sad4x4, pSrc, srcStep, pRef, refStep, pOut);
+}
+
+// The entries of the highest level this CPU runs (the same test as the tables' level detection).
+ZEP_LOAD_TIME MetricEntries entries_for_cpu() {
+    MetricEntries e{};
+#if ZEPVC_HAVE_X86
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("ssse3")) return e;
+    metric_entries_ssse3(e);
+    if (__builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2") &&
+        __builtin_cpu_supports("popcnt"))
+        metric_entries_avx2(e);
+#endif
+    return e;
+}
+
 }  // namespace
+
+// One resolver per exported name (the loader calls it once), and the name bound to what it returns.
+#define ZEP_METRIC_IFUNC_MODES(name, member)                                                                      \
+    extern "C" ZEP_LOAD_TIME ModesEntry zep_resolve_##name() {                                                   \
+        const ModesEntry f = entries_for_cpu().member;                                                           \
+        return f ? f : table_modes<&MetricsDsp::member>;                                                         \
+    }                                                                                                            \
+    extern "C" ZEPVC_API ZepStatus name(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,    \
+                                        Zep32s* pOut, Zep32s mcType) __attribute__((ifunc("zep_resolve_" #name)));
+#define ZEP_METRIC_IFUNC_FIXED(name, member)                                                                      \
+    extern "C" ZEP_LOAD_TIME FixedEntry zep_resolve_##name() {                                                   \
+        const FixedEntry f = entries_for_cpu().member;                                                           \
+        return f ? f : table_fixed<&MetricsDsp::member>;                                                         \
+    }                                                                                                            \
+    extern "C" ZEPVC_API ZepStatus name(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,    \
+                                        Zep32s* pOut) __attribute__((ifunc("zep_resolve_" #name)));
 
 extern "C" {
 
 // ---- SAD, 8-bit, with half-sample modes
-ZEPVC_API ZepStatus zepiSAD16x16_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                       Zep32s* pSAD, Zep32s mcType) {
-    return metric_modes(metrics_dsp().sad16x16, pSrc, srcStep, pRef, refStep, pSAD, mcType);
-}
-ZEPVC_API ZepStatus zepiSAD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                          Zep32s* pSAD, Zep32s mcType) {
-    return metric_modes(metrics_dsp().sad16x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
-}
-ZEPVC_API ZepStatus zepiSAD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                         Zep32s* pSAD, Zep32s mcType) {
-    return metric_modes(metrics_dsp().sad8x8, pSrc, srcStep, pRef, refStep, pSAD, mcType);
-}
+ZEP_METRIC_IFUNC_MODES(zepiSAD16x16_8u32s, sad16x16)
+ZEP_METRIC_IFUNC_MODES(zepiSAD16x8_8u32s_C1R, sad16x8)
+ZEP_METRIC_IFUNC_MODES(zepiSAD8x8_8u32s_C1R, sad8x8)
 
 // ---- SAD, 8-bit, integer position only (mcType accepted and ignored)
 ZEPVC_API ZepStatus zepiSAD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
@@ -79,10 +115,12 @@ ZEPVC_API ZepStatus zepiSAD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, cons
                                          Zep32s* pSAD, Zep32s) {
     return metric_fixed(metrics_dsp().sad4x8, pSrc, srcStep, pRef, refStep, pSAD);
 }
-ZEPVC_API ZepStatus zepiSAD4x4_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep, Zep32s* pSAD,
-                                     Zep32s) {
-    return metric_fixed(metrics_dsp().sad4x4, pSrc, srcStep, pRef, refStep, pSAD);
+extern "C" ZEP_LOAD_TIME ModesEntry zep_resolve_zepiSAD4x4_8u32s() {
+    const ModesEntry f = entries_for_cpu().sad4x4;
+    return f ? f : table_sad4x4;
 }
+ZEPVC_API ZepStatus zepiSAD4x4_8u32s(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
+                                     Zep32s* pSAD, Zep32s mcType) __attribute__((ifunc("zep_resolve_zepiSAD4x4_8u32s")));
 
 // ---- SAD, 16-bit samples
 ZEPVC_API ZepStatus zepiSAD16x16_16u32s_C1R(const Zep16u* pSrc, Zep32s srcStep, const Zep16u* pRef, Zep32s refStep,
@@ -164,34 +202,13 @@ ZEPVC_API ZepStatus zepiSAD4x4xNI_8u16u_C1R(const Zep8u* pSrc, Zep32s srcStep, c
 }
 
 // ---- SATD
-ZEPVC_API ZepStatus zepiSATD16x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                            Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd16x16, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD16x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                           Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd16x8, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD8x16_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                           Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd8x16, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD8x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                          Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd8x8, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD8x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                          Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd8x4, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD4x8_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                          Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd4x8, pSrc, srcStep, pRef, refStep, pSATD);
-}
-ZEPVC_API ZepStatus zepiSATD4x4_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
-                                          Zep32s* pSATD) {
-    return metric_fixed(metrics_dsp().satd4x4, pSrc, srcStep, pRef, refStep, pSATD);
-}
+ZEP_METRIC_IFUNC_FIXED(zepiSATD16x16_8u32s_C1R, satd16x16)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD16x8_8u32s_C1R, satd16x8)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD8x16_8u32s_C1R, satd8x16)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD8x8_8u32s_C1R, satd8x8)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD8x4_8u32s_C1R, satd8x4)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD4x8_8u32s_C1R, satd4x8)
+ZEP_METRIC_IFUNC_FIXED(zepiSATD4x4_8u32s_C1R, satd4x4)
 ZEPVC_API ZepStatus zepiSAT8x8D_8u32s_C1R(const Zep8u* pSrc, Zep32s srcStep, const Zep8u* pRef, Zep32s refStep,
                                           Zep32s* pSATD) {
     return metric_fixed(metrics_dsp().sat8x8d, pSrc, srcStep, pRef, refStep, pSATD);

@@ -1,6 +1,7 @@
 // AVX2 kernels of the block distortion metrics: two 16-sample rows (or one
 // row of 16-bit samples) a register, and vmpsadbw candidate runs.
 #include "block/metrics_dsp.h"
+#include "block/metrics_entry.h"
 #include "block/x86/metrics_simd.h"
 
 namespace zep {
@@ -248,6 +249,15 @@ void metrics_install_avx2(MetricsDsp& t) {
     install_run<Avx2Run, 8, 8>(t.run8x8);
     install_run<Avx2Run, 16, 16>(t.runmin16x16);
     install_run<Avx2Run, 8, 8>(t.runmin8x8);
+}
+
+ZEP_LOAD_TIME void metric_entries_avx2(MetricEntries& e) {
+    e.sad16x16 = modes_entry<sad16<16, 0>, sad16<16, 1>, sad16<16, 2>, sad16<16, 3>>;
+    e.sad16x8 = modes_entry<sad16<8, 0>, sad16<8, 1>, sad16<8, 2>, sad16<8, 3>>;
+    e.satd16x16 = fixed_entry<satd<16, 16>>;
+    e.satd16x8 = fixed_entry<satd<16, 8>>;
+    e.satd8x16 = fixed_entry<satd<8, 16>>;
+    e.satd8x8 = fixed_entry<satd<8, 8>>;
 }
 
 }  // namespace zep

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "block/metrics_dsp.h"
+#include "block/metrics_entry.h"
 #include "block/x86/metrics_simd.h"
 
 namespace zep {
@@ -478,6 +479,20 @@ void metrics_install_ssse3(MetricsDsp& t) {
     t.subsad8x8 = sub_sad8x8;
     t.framefield_8u = frame_field_8u;
     t.framefield_16s = frame_field_16s;
+}
+
+ZEP_LOAD_TIME void metric_entries_ssse3(MetricEntries& e) {
+    e.sad16x16 = modes_entry<sad<16, 16, 0>, sad<16, 16, 1>, sad<16, 16, 2>, sad<16, 16, 3>>;
+    e.sad16x8 = modes_entry<sad<16, 8, 0>, sad<16, 8, 1>, sad<16, 8, 2>, sad<16, 8, 3>>;
+    e.sad8x8 = modes_entry<sad<8, 8, 0>, sad<8, 8, 1>, sad<8, 8, 2>, sad<8, 8, 3>>;
+    e.sad4x4 = ignored_mode_entry<sad<4, 4, 0>>;
+    e.satd16x16 = fixed_entry<satd<16, 16>>;
+    e.satd16x8 = fixed_entry<satd<16, 8>>;
+    e.satd8x16 = fixed_entry<satd<8, 16>>;
+    e.satd8x8 = fixed_entry<satd<8, 8>>;
+    e.satd8x4 = fixed_entry<satd<8, 4>>;
+    e.satd4x8 = fixed_entry<satd<4, 8>>;
+    e.satd4x4 = fixed_entry<satd<4, 4>>;
 }
 
 }  // namespace zep
