@@ -162,4 +162,26 @@ private:
     Zep32s off_ = 31;
 };
 
+// Calls f(code, unit, size) for every unit of an MPEG-style byte stream: the
+// bytes after each 00 00 01 xx start code up to the next one. Returns whether
+// there was any start code.
+template <class F>
+bool for_each_start_code(const uint8_t* data, size_t size, F f) {
+    size_t i = 0;
+    bool found = false;
+    while (i + 3 < size) {
+        if (!(data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1)) {
+            ++i;
+            continue;
+        }
+        found = true;
+        size_t end = i + 4;
+        while (end + 2 < size && !(data[end] == 0 && data[end + 1] == 0 && data[end + 2] == 1)) ++end;
+        if (end + 2 >= size) end = size;
+        f(static_cast<int>(data[i + 3]), data + i + 4, end - (i + 4));
+        i = end;
+    }
+    return found;
+}
+
 }  // namespace zdec

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dv/dv_codes.h"
+#include "mpeg2/code_tables.h"
 
 namespace zdec::dv {
 namespace {
@@ -14,11 +15,7 @@ namespace {
 constexpr int kDifBlock = 80;
 constexpr int kSequenceBytes = 150 * kDifBlock;
 
-// 8x8 blocks: the zig-zag scan. 2-4-8 blocks: rows 0..3 field sums, 4..7 field differences.
-constexpr Zep32s kScan88[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
-                                12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
-                                35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
-                                58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
+// 8x8 blocks take the zig-zag scan (MPEG-1/2's); 2-4-8 blocks: rows 0..3 field sums, 4..7 field differences.
 // The 2-4-8 scan pairs each field-sum coefficient with its field-difference twin.
 constexpr Zep32s kScan248[64] = {0,  32, 1,  33, 8,  40, 2,  34, 9,  41, 16, 48, 24, 56, 17, 49,
                                  10, 42, 3,  35, 4,  36, 11, 43, 18, 50, 25, 57, 26, 58, 19, 51,
@@ -63,7 +60,7 @@ struct Decoder::Impl {
         const auto a = source_table(false), b = source_table(true);
         if (zepiInitAllocHuffmanTable_DV_32u(a.data(), b.data(), &table) != zepStatusOk) throw std::bad_alloc();
         for (int i = 0; i < 64; ++i) {
-            scans[i] = kScan88[i];
+            scans[i] = mpeg2::kZigzag[i];
             scans[64 + i] = kScan248[i];
         }
     }

@@ -5,19 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "vlc_desc.h"
+#include "frame.h"
+#include "vlc_codes.h"
 
 namespace zdec::h261 {
 namespace {
 
 enum : int { kIntra = 1, kCoded = 2, kMc = 4, kFil = 8, kQuant = 16 };
 
-struct Code {
-    const char* code;
-    int value;
-};
 // MTYPE: prediction and what follows.
-const Code kMtype[] = {{"0001", kIntra | kCoded},
+const ValueCode kMtype[] = {{"0001", kIntra | kCoded},
                        {"0000001", kIntra | kCoded | kQuant},
                        {"1", kCoded},
                        {"00001", kCoded | kQuant},
@@ -27,71 +24,17 @@ const Code kMtype[] = {{"0001", kIntra | kCoded},
                        {"001", kMc | kFil},
                        {"01", kMc | kFil | kCoded},
                        {"000001", kMc | kFil | kCoded | kQuant}};
-// MBA increments 1..33 (stuffing is read before the lookup).
-const char* const kMba[33] = {"1",           "011",         "010",         "0011",        "0010",
-                              "00011",       "00010",       "0000111",     "0000110",     "00001011",
-                              "00001010",    "00001001",    "00001000",    "00000111",    "00000110",
-                              "0000010111",  "0000010110",  "0000010101",  "0000010100",  "0000010011",
-                              "0000010010",  "00000100011", "00000100010", "00000100001", "00000100000",
-                              "00000011111", "00000011110", "00000011101", "00000011100", "00000011011",
-                              "00000011010", "00000011001", "00000011000"};
-// MVD: the value of each code in -16..15 (its twin, 32 apart, is chosen by range).
-const Code kMvd[] = {{"00000011001", -16}, {"00000011011", -15}, {"00000011101", -14}, {"00000011111", -13},
-                     {"00000100001", -12}, {"00000100011", -11}, {"0000010011", -10},  {"0000010101", -9},
-                     {"0000010111", -8},   {"00000111", -7},     {"00001001", -6},     {"00001011", -5},
-                     {"0000111", -4},      {"00011", -3},        {"0011", -2},         {"011", -1},
-                     {"1", 0},             {"010", 1},           {"0010", 2},          {"00010", 3},
-                     {"0000110", 4},       {"00001010", 5},      {"00001000", 6},      {"00000110", 7},
-                     {"0000010110", 8},    {"0000010100", 9},    {"0000010010", 10},   {"00000100010", 11},
-                     {"00000100000", 12},  {"00000011110", 13},  {"00000011100", 14},  {"00000011010", 15}};
-// CBP (the MPEG-1 coded block pattern codes, which H.261 introduced).
-const Code kCbp[] = {
-    {"111", 60},       {"1101", 4},       {"1100", 8},       {"1011", 16},      {"1010", 32},
-    {"10011", 12},     {"10010", 48},     {"10001", 20},     {"10000", 40},     {"01111", 28},
-    {"01110", 44},     {"01101", 52},     {"01100", 56},     {"01011", 1},      {"01010", 61},
-    {"01001", 2},      {"01000", 62},     {"001111", 24},    {"001110", 36},    {"001101", 3},
-    {"001100", 63},    {"0010111", 5},    {"0010110", 9},    {"0010101", 17},   {"0010100", 33},
-    {"0010011", 6},    {"0010010", 10},   {"0010001", 18},   {"0010000", 34},   {"00011111", 7},
-    {"00011110", 11},  {"00011101", 19},  {"00011100", 35},  {"00011011", 13},  {"00011010", 49},
-    {"00011001", 21},  {"00011000", 41},  {"00010111", 14},  {"00010110", 50},  {"00010101", 22},
-    {"00010100", 42},  {"00010011", 15},  {"00010010", 51},  {"00010001", 23},  {"00010000", 43},
-    {"00001111", 25},  {"00001110", 37},  {"00001101", 26},  {"00001100", 38},  {"00001011", 29},
-    {"00001010", 45},  {"00001001", 53},  {"00001000", 57},  {"00000111", 30},  {"00000110", 46},
-    {"00000101", 54},  {"00000100", 58},  {"000000111", 31}, {"000000110", 47}, {"000000101", 55},
-    {"000000100", 59}, {"000000011", 27}, {"000000010", 39}};
 
-template <size_t N>
-CodeList codes(const Code (&t)[N]) {
-    CodeList c;
-    for (const Code& e : t) c.push_back({e.code, {e.value}});
-    return c;
-}
 
-struct Frame {
-    static constexpr int kPad = 32;
-    std::vector<uint8_t> mem;
-    uint8_t *y = nullptr, *cb = nullptr, *cr = nullptr;
-    int stride = 0, stride_c = 0, w = 0, h = 0;
-    void allocate(int width, int height) {
-        w = width;
-        h = height;
-        stride = w + 2 * kPad;
-        stride_c = w / 2 + kPad;
-        const size_t luma = static_cast<size_t>(stride) * static_cast<size_t>(h + 2 * kPad);
-        const size_t chroma = static_cast<size_t>(stride_c) * static_cast<size_t>(h / 2 + kPad);
-        mem.assign(luma + 2 * chroma, 128);
-        y = mem.data() + static_cast<size_t>(kPad) * static_cast<size_t>(stride) + kPad;
-        cb = mem.data() + luma + static_cast<size_t>(kPad / 2) * static_cast<size_t>(stride_c) + kPad / 2;
-        cr = cb + chroma;
-    }
-};
+using Frame = PaddedFrame;
 
 }  // namespace
 
 struct Decoder::Impl {
     Decoder* self = nullptr;
     Bits bits;
-    VlcTable mtype{codes(kMtype), {6, 4}}, mvd{codes(kMvd), {6, 5}}, cbp{codes(kCbp), {5, 4}};
+    // H.261's vector differences are the motion codes of magnitudes up to 16 (+16 wraps to -16).
+    VlcTable mtype{value_codes(kMtype), {6, 4}}, mvd{motion_codes(16), {6, 5}}, cbp{value_codes(kCodedBlockPattern), {5, 4}};
     VlcTable mba;
     Frame frames[2];
     Frame *cur = nullptr, *prev = nullptr;
@@ -101,7 +44,7 @@ struct Decoder::Impl {
 
     Impl() {
         CodeList c;
-        for (int i = 0; i < 33; ++i) c.push_back({kMba[i], {i + 1}});
+        for (int i = 0; i < 33; ++i) c.push_back({kMbIncrement[i], {i + 1}});
         mba = VlcTable(c, {6, 5});
     }
 
@@ -132,7 +75,7 @@ struct Decoder::Impl {
         if (w != width || h != height) {
             width = w;
             height = h;
-            for (Frame& f : frames) f.allocate(w, h);
+            for (Frame& f : frames) f.allocate(w / 16, h / 16);
             cur = &frames[0];
             prev = &frames[1];
         }

@@ -25,7 +25,7 @@ struct MbInfo {
 struct Decoder::Impl {
     Decoder* self = nullptr;
     Bits bits;
-    VlcTable mcbpc_i{codes(kMcbpcI), {9}}, mcbpc_p{codes(kMcbpcP), {6, 7}}, cbpy{codes(kCbpy), {6}}, mvd;
+    VlcTable mcbpc_i{value_codes(kMcbpcI), {9}}, mcbpc_p{value_codes(kMcbpcP), {6, 7}}, cbpy{value_codes(kCbpy), {6}}, mvd;
     Frame frames[2];
     Frame *cur = nullptr, *ref = nullptr;
     int width = 0, height = 0, mbw = 0, mbh = 0;
@@ -39,12 +39,7 @@ struct Decoder::Impl {
     std::vector<Zep16s> row_coef;
 
     Impl() {
-        CodeList c{{"1", {0}}};
-        for (int i = 0; i < 32; ++i) {
-            c.push_back({std::string(kMvd[i]) + "0", {i + 1}});
-            c.push_back({std::string(kMvd[i]) + "1", {-(i + 1)}});
-        }
-        mvd = VlcTable(c, {7, 6});
+        mvd = VlcTable(motion_codes(32), {7, 6});
     }
 
     bool find_psc() {
@@ -170,9 +165,7 @@ struct Decoder::Impl {
             for (int mx = 0; mx < mbw; ++mx) reconstruct(mx, my);
         }
         if (df) deblock();
-        pad_plane(cur->y, cur->stride, cur->w, cur->h, Frame::kPad);
-        pad_plane(cur->cb, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPad / 2);
-        pad_plane(cur->cr, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPad / 2);
+        cur->pad();
         if (self->on_frame) self->on_frame(FrameOut{cur->y, cur->cb, cur->cr, cur->stride, cur->stride_c, width, height});
         std::swap(cur, ref);
         have_ref = true;

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "h264/cavlc_codes.h"
+#include "frame.h"
 #include "h264/impl.h"
 
 namespace zdec::h264 {
@@ -30,21 +31,6 @@ void Picture::allocate(int mbw, int mbh) {
     mb_intra.assign(static_cast<size_t>(mbw * mbh), 0);
 }
 
-namespace {
-void pad_plane(uint8_t* p, int stride, int w, int h, int pad) {
-    for (int y = 0; y < h; ++y) {
-        uint8_t* row = p + static_cast<ptrdiff_t>(y) * stride;
-        std::memset(row - pad, row[0], static_cast<size_t>(pad));
-        std::memset(row + w, row[w - 1], static_cast<size_t>(pad));
-    }
-    const size_t span = static_cast<size_t>(w + 2 * pad);
-    for (int y = 1; y <= pad; ++y) {
-        std::memcpy(p - static_cast<ptrdiff_t>(y) * stride - pad, p - pad, span);
-        std::memcpy(p + static_cast<ptrdiff_t>(h - 1 + y) * stride - pad,
-                    p + static_cast<ptrdiff_t>(h - 1) * stride - pad, span);
-    }
-}
-}  // namespace
 
 void Picture::pad_borders() {
     pad_plane(y, stride, width, height, kPad);

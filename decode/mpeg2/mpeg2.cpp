@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "mpeg2/code_tables.h"
-#include "vlc_desc.h"
+#include "mpeg2/codes.h"
+#include "frame.h"
+#include "vlc_codes.h"
 
 namespace zdec::mpeg2 {
 namespace {
@@ -17,25 +18,13 @@ enum PicType { kI = 1, kP = 2, kB = 3 };
 // macroblock_type flags.
 enum : int { kIntra = 1, kPattern = 2, kBack = 4, kFwd = 8, kQuant = 16 };
 
-// macroblock_address_increment 1..33; escape (+33) and MPEG-1 stuffing are read before the lookup.
-const char* const kMbai[33] = {"1",           "011",         "010",         "0011",        "0010",
-                               "00011",       "00010",       "0000111",     "0000110",     "00001011",
-                               "00001010",    "00001001",    "00001000",    "00000111",    "00000110",
-                               "0000010111",  "0000010110",  "0000010101",  "0000010100",  "0000010011",
-                               "0000010010",  "00000100011", "00000100010", "00000100001", "00000100000",
-                               "00000011111", "00000011110", "00000011101", "00000011100", "00000011011",
-                               "00000011010", "00000011001", "00000011000"};
 
-struct TypeCode {
-    const char* code;
-    int flags;
-};
-const TypeCode kTypeI[] = {{"1", kIntra}, {"01", kIntra | kQuant}};
-const TypeCode kTypeP[] = {{"1", kFwd | kPattern},          {"01", kPattern},
+const ValueCode kTypeI[] = {{"1", kIntra}, {"01", kIntra | kQuant}};
+const ValueCode kTypeP[] = {{"1", kFwd | kPattern},          {"01", kPattern},
                            {"001", kFwd},                   {"00011", kIntra},
                            {"00010", kFwd | kPattern | kQuant}, {"00001", kPattern | kQuant},
                            {"000001", kIntra | kQuant}};
-const TypeCode kTypeB[] = {{"10", kFwd | kBack},
+const ValueCode kTypeB[] = {{"10", kFwd | kBack},
                            {"11", kFwd | kBack | kPattern},
                            {"010", kBack},
                            {"011", kBack | kPattern},
@@ -47,26 +36,7 @@ const TypeCode kTypeB[] = {{"10", kFwd | kBack},
                            {"000010", kBack | kPattern | kQuant},
                            {"000001", kIntra | kQuant}};
 
-// coded_block_pattern (4:2:0) by code.
-const TypeCode kCbp[] = {
-    {"111", 60},       {"1101", 4},       {"1100", 8},       {"1011", 16},      {"1010", 32},
-    {"10011", 12},     {"10010", 48},     {"10001", 20},     {"10000", 40},     {"01111", 28},
-    {"01110", 44},     {"01101", 52},     {"01100", 56},     {"01011", 1},      {"01010", 61},
-    {"01001", 2},      {"01000", 62},     {"001111", 24},    {"001110", 36},    {"001101", 3},
-    {"001100", 63},    {"0010111", 5},    {"0010110", 9},    {"0010101", 17},   {"0010100", 33},
-    {"0010011", 6},    {"0010010", 10},   {"0010001", 18},   {"0010000", 34},   {"00011111", 7},
-    {"00011110", 11},  {"00011101", 19},  {"00011100", 35},  {"00011011", 13},  {"00011010", 49},
-    {"00011001", 21},  {"00011000", 41},  {"00010111", 14},  {"00010110", 50},  {"00010101", 22},
-    {"00010100", 42},  {"00010011", 15},  {"00010010", 51},  {"00010001", 23},  {"00010000", 43},
-    {"00001111", 25},  {"00001110", 37},  {"00001101", 26},  {"00001100", 38},  {"00001011", 29},
-    {"00001010", 45},  {"00001001", 53},  {"00001000", 57},  {"00000111", 30},  {"00000110", 46},
-    {"00000101", 54},  {"00000100", 58},  {"000000111", 31}, {"000000110", 47}, {"000000101", 55},
-    {"000000100", 59}, {"000000011", 27}, {"000000010", 39}, {"000000001", 0}};
 
-// motion_code magnitudes 1..16 (the sign bit follows).
-const char* const kMotion[16] = {"01",        "001",       "0001",       "000011",     "0000101",   "0000100",
-                                 "0000011",   "000001011", "000001010",  "000001001",  "0000010001", "0000010000",
-                                 "0000001111", "0000001110", "0000001101", "0000001100"};
 
 constexpr uint8_t kDefaultIntra[64] = {8,  16, 19, 22, 26, 27, 29, 34, 16, 16, 22, 24, 27, 29, 34, 37,
                                        19, 22, 26, 27, 29, 34, 34, 38, 22, 22, 26, 27, 29, 34, 37, 40,
@@ -75,64 +45,9 @@ constexpr uint8_t kDefaultIntra[64] = {8,  16, 19, 22, 26, 27, 29, 34, 16, 16, 2
 constexpr uint8_t kNonLinearScale[32] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  10, 12, 14, 16, 18,  20,  22,
                                          24, 28, 32, 36, 40, 44, 48, 52, 56, 64, 72, 80, 88, 96, 104, 112};
 
-CodeList type_codes(const TypeCode* t, size_t n) {
-    CodeList c;
-    for (size_t i = 0; i < n; ++i) c.push_back({t[i].code, {t[i].flags}});
-    return c;
-}
 
-template <size_t N>
-CodeList run_level_codes(const RlCode (&codes)[N]) {
-    CodeList c;
-    for (const RlCode& r : codes) {
-        if (r.run == -1) c.push_back({r.code, {254, 0}});
-        else if (r.run == -2) c.push_back({r.code, {255, 0}});
-        else if (r.run >= 0) {
-            c.push_back({std::string(r.code) + "0", {r.run, r.level}});
-            c.push_back({std::string(r.code) + "1", {r.run, -r.level}});
-        }
-    }
-    return c;
-}
 
-template <size_t N>
-CodeList dc_codes(const DcCode (&codes)[N]) {
-    CodeList c;
-    for (const DcCode& d : codes) c.push_back({d.code, {d.size}});
-    return c;
-}
-
-struct Frame {
-    static constexpr int kPad = 32, kPadC = 16;
-    std::vector<uint8_t> mem;
-    uint8_t *y = nullptr, *cb = nullptr, *cr = nullptr;
-    int stride = 0, stride_c = 0, w = 0, h = 0;
-    void allocate(int mbw, int mbh) {
-        w = 16 * mbw;
-        h = 16 * mbh;
-        stride = w + 2 * kPad;
-        stride_c = w / 2 + 2 * kPadC;
-        const size_t luma = static_cast<size_t>(stride) * static_cast<size_t>(h + 2 * kPad);
-        const size_t chroma = static_cast<size_t>(stride_c) * static_cast<size_t>(h / 2 + 2 * kPadC);
-        mem.assign(luma + 2 * chroma, 128);
-        y = mem.data() + static_cast<size_t>(kPad) * static_cast<size_t>(stride) + kPad;
-        cb = mem.data() + luma + static_cast<size_t>(kPadC) * static_cast<size_t>(stride_c) + kPadC;
-        cr = cb + chroma;
-    }
-};
-
-void pad_plane(uint8_t* p, int stride, int w, int h, int pad) {
-    for (int y = 0; y < h; ++y) {
-        uint8_t* row = p + static_cast<ptrdiff_t>(y) * stride;
-        std::memset(row - pad, row[0], static_cast<size_t>(pad));
-        std::memset(row + w, row[w - 1], static_cast<size_t>(pad));
-    }
-    for (int y = 1; y <= pad; ++y) {
-        std::memcpy(p - static_cast<ptrdiff_t>(y) * stride - pad, p - pad, static_cast<size_t>(w + 2 * pad));
-        std::memcpy(p + static_cast<ptrdiff_t>(h - 1 + y) * stride - pad, p + static_cast<ptrdiff_t>(h - 1) * stride - pad,
-                    static_cast<size_t>(w + 2 * pad));
-    }
-}
+using Frame = PaddedFrame;
 
 }  // namespace
 
@@ -161,19 +76,13 @@ struct Decoder::Impl {
 
     Impl() {
         CodeList c;
-        for (int i = 0; i < 33; ++i) c.push_back({kMbai[i], {i + 1}});
+        for (int i = 0; i < 33; ++i) c.push_back({kMbIncrement[i], {i + 1}});
         mbai = VlcTable(c, {6, 5});
-        type[kI] = VlcTable(type_codes(kTypeI, 2), {2});
-        type[kP] = VlcTable(type_codes(kTypeP, 7), {6});
-        type[kB] = VlcTable(type_codes(kTypeB, 11), {6});
-        cbp_table = VlcTable(type_codes(kCbp, 64), {5, 4});
-        c.clear();
-        c.push_back({"1", {0}});
-        for (int i = 0; i < 16; ++i) {
-            c.push_back({std::string(kMotion[i]) + "0", {i + 1}});
-            c.push_back({std::string(kMotion[i]) + "1", {-(i + 1)}});
-        }
-        motion = VlcTable(c, {6, 5});
+        type[kI] = VlcTable(value_codes(kTypeI), {2});
+        type[kP] = VlcTable(value_codes(kTypeP), {6});
+        type[kB] = VlcTable(value_codes(kTypeB), {6});
+        cbp_table = VlcTable(value_codes(kCodedBlockPattern), {5, 4});
+        motion = VlcTable(motion_codes(16), {6, 5});
         dc_luma = VlcTable(dc_codes(kDcLuma), {5, 5});
         dc_chroma = VlcTable(dc_codes(kDcChroma), {5, 5});
         b14 = VlcTable(run_level_codes(kB14), {8, 5, 4}, true);
@@ -311,9 +220,7 @@ struct Decoder::Impl {
         if (pic_type == kB) {
             output(cur);
         } else {
-            pad_plane(cur->y, cur->stride, cur->w, cur->h, Frame::kPad);
-            pad_plane(cur->cb, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPadC);
-            pad_plane(cur->cr, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPadC);
+            cur->pad();
             waiting = cur;
         }
     }
@@ -552,27 +459,15 @@ Decoder::~Decoder() = default;
 
 void Decoder::decode_stream(const uint8_t* data, size_t size) {
     Impl& d = *impl_;
-    size_t i = 0;
-    bool found = false;
-    while (i + 3 < size) {
-        if (!(data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1)) {
-            ++i;
-            continue;
-        }
-        found = true;
-        const int code = data[i + 3];
-        size_t end = i + 4;
-        while (end + 2 < size && !(data[end] == 0 && data[end + 1] == 0 && data[end + 2] == 1)) ++end;
-        if (end + 2 >= size) end = size;
-        d.bits.load_plain(data + i + 4, end - (i + 4));
+    const bool found = for_each_start_code(data, size, [&](int code, const uint8_t* unit, size_t n) {
+        d.bits.load_plain(unit, n);
         if (code == 0x00) d.picture_header();
         else if (code >= 0x01 && code <= 0xAF) d.slice(code - 1);
         else if (code == 0xB3) d.sequence_header();
         else if (code == 0xB5) d.extension();
         else if (code == 0xB7) d.flush_output();
         // group of pictures, user data and system start codes carry nothing decoded here
-        i = end;
-    }
+    });
     if (!found && size > 0) fail("no start code found: not an MPEG video elementary stream");
 }
 

@@ -8,17 +8,14 @@
 #include <vector>
 
 #include "h263/common.h"
+#include "mpeg2/code_tables.h"
 
 namespace zdec::mpeg4 {
 namespace {
 
 using h263::Frame;
-using h263::pad_plane;
+using mpeg2::kZigzag;  // the 8x8 zig-zag, shared with MPEG-1/2
 
-constexpr uint8_t kZigzag[64] = {0,  1,  8,  16, 9,  2,  3,  10, 17, 24, 32, 25, 18, 11, 4,  5,
-                                 12, 19, 26, 33, 40, 48, 41, 34, 27, 20, 13, 6,  7,  14, 21, 28,
-                                 35, 42, 49, 56, 57, 50, 43, 36, 29, 22, 15, 23, 30, 37, 44, 51,
-                                 58, 59, 52, 45, 38, 31, 39, 46, 53, 60, 61, 54, 47, 55, 62, 63};
 constexpr uint8_t kDefaultIntra[64] = {8,  17, 18, 19, 21, 23, 25, 27, 17, 18, 19, 21, 23, 25, 27, 28,
                                        20, 21, 22, 23, 24, 26, 28, 30, 21, 22, 23, 24, 26, 28, 30, 32,
                                        22, 23, 24, 26, 28, 30, 32, 35, 23, 24, 26, 28, 30, 32, 35, 38,
@@ -59,8 +56,8 @@ struct MbInfo {
 struct Decoder::Impl {
     Decoder* self = nullptr;
     Bits bits;
-    VlcTable mcbpc_i{h263::codes(h263::kMcbpcI), {9}}, mcbpc_p{h263::codes(h263::kMcbpcP), {6, 7}},
-        cbpy{h263::codes(h263::kCbpy), {6}}, mvd;
+    VlcTable mcbpc_i{value_codes(h263::kMcbpcI), {9}}, mcbpc_p{value_codes(h263::kMcbpcP), {6, 7}},
+        cbpy{value_codes(h263::kCbpy), {6}}, mvd;
     // Object layer.
     bool have_vol = false, mpeg_quant = false, resync = true, partitioned = false, rvlc = false;
     int width = 0, height = 0, mbw = 0, mbh = 0, time_bits = 1, quant_bits = 5;
@@ -79,12 +76,7 @@ struct Decoder::Impl {
     bool found_marker = false;
 
     Impl() {
-        CodeList c{{"1", {0}}};
-        for (int i = 0; i < 32; ++i) {
-            c.push_back({std::string(h263::kMvd[i]) + "0", {i + 1}});
-            c.push_back({std::string(h263::kMvd[i]) + "1", {-(i + 1)}});
-        }
-        mvd = VlcTable(c, {7, 6});
+        mvd = VlcTable(motion_codes(32), {7, 6});
     }
 
     void vol() {
@@ -224,9 +216,7 @@ struct Decoder::Impl {
             b.check();
             ++addr;
         }
-        pad_plane(cur->y, cur->stride, cur->w, cur->h, Frame::kPad);
-        pad_plane(cur->cb, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPad / 2);
-        pad_plane(cur->cr, cur->stride_c, cur->w / 2, cur->h / 2, Frame::kPad / 2);
+        cur->pad();
         output(*cur);
         std::swap(cur, ref);
         have_ref = true;
@@ -605,24 +595,12 @@ Decoder::~Decoder() = default;
 
 void Decoder::decode_stream(const uint8_t* data, size_t size) {
     Impl& d = *impl_;
-    size_t i = 0;
-    bool found = false;
-    while (i + 3 < size) {
-        if (!(data[i] == 0 && data[i + 1] == 0 && data[i + 2] == 1)) {
-            ++i;
-            continue;
-        }
-        found = true;
-        const int code = data[i + 3];
-        size_t end = i + 4;
-        while (end + 2 < size && !(data[end] == 0 && data[end + 1] == 0 && data[end + 2] == 1)) ++end;
-        if (end + 2 >= size) end = size;
-        d.bits.load_plain(data + i + 4, end - (i + 4));
+    const bool found = for_each_start_code(data, size, [&](int code, const uint8_t* unit, size_t n) {
+        d.bits.load_plain(unit, n);
         if (code >= 0x20 && code <= 0x2F) d.vol();
         else if (code == 0xB6) d.vop();
         // visual object sequence/object headers, user data and GOV headers carry nothing decoded here
-        i = end;
-    }
+    });
     if (!found && size > 0) fail("no start code found: not an MPEG-4 video elementary stream");
 }
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "mpeg2/code_tables.h"
+#include "mpeg2/codes.h"
 #include "vlc_desc.h"
 #include "zepvc.h"
 
@@ -26,27 +26,9 @@ using zdec::mpeg2::kDcChroma;
 using zdec::mpeg2::kDcLuma;
 using zdec::mpeg2::kZigzag;
 using zdec::mpeg2::RlCode;
+using zdec::mpeg2::run_level_codes;
+using zdec::mpeg2::dc_codes;
 
-template <size_t N>
-CodeList run_level_codes(const RlCode (&codes)[N]) {
-    CodeList c;
-    for (const RlCode& r : codes) {
-        if (r.run == -1) c.push_back({r.code, {254, 0}});
-        else if (r.run == -2) c.push_back({r.code, {255, 0}});
-        else if (r.run >= 0) {
-            c.push_back({std::string(r.code) + "0", {r.run, r.level}});
-            c.push_back({std::string(r.code) + "1", {r.run, -r.level}});
-        }
-    }
-    return c;
-}
-
-template <size_t N>
-CodeList dc_size_codes(const DcCode (&codes)[N]) {
-    CodeList c;
-    for (const DcCode& d : codes) c.push_back({d.code, {d.size}});
-    return c;
-}
 
 // Built tables (null on failure); the caller frees them with zepiHuffmanTableFree_32s.
 template <size_t N>
@@ -58,7 +40,7 @@ Zep32s* build_ac_table(const RlCode (&codes)[N]) {
 template <size_t N>
 Zep32s* build_dc_table(const DcCode (&codes)[N]) {
     Zep32s* t = nullptr;
-    zepiHuffmanTableInitAlloc_32s(describe(dc_size_codes(codes), {5, 5}).data(), &t);
+    zepiHuffmanTableInitAlloc_32s(describe(dc_codes(codes), {5, 5}).data(), &t);
     return t;
 }
 
