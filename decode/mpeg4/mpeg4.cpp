@@ -36,7 +36,7 @@ int dc_scaler(int qp, bool luma) {
 // Integer division rounding half away from zero.
 int div_round(int a, int b) { return a >= 0 ? (a + b / 2) / b : -((-a + b / 2) / b); }
 
-struct Spec {
+struct QuantRecord {
     std::vector<uint8_t> mem;
     void* get() { return mem.data(); }
 };
@@ -62,7 +62,7 @@ struct Decoder::Impl {
     bool have_vol = false, mpeg_quant = false, resync = true, partitioned = false, rvlc = false;
     int width = 0, height = 0, mbw = 0, mbh = 0, time_bits = 1, quant_bits = 5;
     uint8_t intra_matrix[64], inter_matrix[64];
-    Spec intra_spec, inter_spec;
+    QuantRecord intra_quant, inter_quant;
     // Frames and macroblocks.
     Frame frames[2];
     Frame *cur = nullptr, *ref = nullptr;
@@ -144,8 +144,8 @@ struct Decoder::Impl {
         ref = &frames[1];
         have_ref = false;
         mbs.assign(static_cast<size_t>(mbw * mbh), MbInfo{});
-        init_spec(intra_spec, true);
-        init_spec(inter_spec, false);
+        init_quant(intra_quant, true);
+        init_quant(inter_quant, false);
         have_vol = true;
     }
 
@@ -163,7 +163,7 @@ struct Decoder::Impl {
         }
     }
 
-    void init_spec(Spec& s, bool intra) {
+    void init_quant(QuantRecord& s, bool intra) {
         Zep32s size = 0;
         (intra ? zepiQuantInvIntraGetSize_MPEG4 : zepiQuantInvInterGetSize_MPEG4)(&size);
         s.mem.assign(static_cast<size_t>(size), 0);
@@ -473,7 +473,7 @@ struct Decoder::Impl {
             } else if (coded) {
                 if (b.bytes_call([&](Zep8u** p, Zep32s* off) {
                         return zepiReconstructCoeffsInter_MPEG4_1u16s(p, off, coef, &last, rvlc ? 1 : 0, 0,
-                                                                      inter_spec.get(), qp);
+                                                                      inter_quant.get(), qp);
                     }) < 0)
                     fail("corrupt inter block");
                 zepiDCT8x8InvAdd_16s8u_C1IR(coef, dst, step);
@@ -544,7 +544,7 @@ struct Decoder::Impl {
         }
         for (int k = 1; k < 8; ++k) m.row[i][k] = coef[k], m.col[i][k] = coef[8 * k];
         m.dc[i] = std::clamp(qdc * scaler, -2048, 2047);
-        if (zepiQuantInvIntra_MPEG4_16s_C1I(coef, 63, intra_spec.get(), qp, luma ? 0 : 1) != zepStatusOk)
+        if (zepiQuantInvIntra_MPEG4_16s_C1I(coef, 63, intra_quant.get(), qp, luma ? 0 : 1) != zepStatusOk)
             fail("intra block inverse quantisation");
     }
 
