@@ -147,6 +147,7 @@ struct Decoder::Impl {
                 const int mh = 2 * ((height + 31) / 32);
                 if (mh != mbh) {
                     if (mbw * mh > self->max_mbs) fail("picture too large");
+                    flush_output();  // a picture begun at the old size ends before its frames go
                     mbh = mh;
                     for (Frame& f : frames) f.allocate(mbw, mbh);
                     past = future = cur = waiting = nullptr;

@@ -277,6 +277,40 @@ TEST(Mpeg2Decoder, DamagedStreamsEndCleanly) {
                                            "mpeg2_odd_size.m2v"});
 }
 
+// A sequence extension that changes the frame size in the middle of a
+// picture (a field-coded sequence counts its rows in pairs) must end that
+// picture before its frames go (the fuzzer found it used after release).
+TEST(Mpeg2Decoder, FrameSizeChangeInsideAPictureEndsItFirst) {
+    BitWriter w;
+    auto start = [&](int code) {
+        while (w.bits % 8) w.put(0, 1);
+        w.put(0x000001, 24);
+        w.put(static_cast<uint32_t>(code), 8);
+    };
+    start(0xB3);
+    w.put(128, 12);
+    w.put(80, 12);  // 5 macroblock rows progressive, 6 for a field-coded sequence
+    w.put(1, 4);
+    w.put(3, 4);
+    w.put(0x3FFFF, 18);
+    w.put(1, 1);
+    w.put(0, 10 + 1 + 2);
+    start(0x00);
+    w.put(0, 10);
+    w.put(1, 3);  // I picture
+    w.put(0xFFFF, 16);
+    w.put(0, 1);
+    start(0xB5);
+    w.put(1, 4);     // sequence extension
+    w.put(0x48, 8);  // profile and level
+    w.put(0, 1);     // progressive_sequence 0
+    w.put(1, 2);     // 4:2:0
+    w.put(0, 4 + 12 + 1 + 8 + 1 + 5);
+    start(0xB7);
+    const Outcome o = decode<zdec::mpeg2::Decoder>(w.out);
+    EXPECT_LE(o.frames, 1) << o.message;
+}
+
 TEST(Mpeg2Decoder, RefusesWhatIsNotAnMpegVideoStream) {
     const std::vector<uint8_t> text = {'n', 'o', 't', ' ', 'a', ' ', 's', 't', 'r', 'e', 'a', 'm'};
     EXPECT_NE(decode<zdec::mpeg2::Decoder>(text).message.find("no start code"), std::string::npos);
